@@ -1,0 +1,33 @@
+# kel_add_test(NAME <exe> LIBS <libs...> [LABELS <labels...>] [QT])
+# kel_add_test_in(<folder> NAME ...) for a folder other than the calling one.
+# Builds one GoogleTest program from every *.cpp in the folder's tests/ directory and
+# registers each test case with CTest. Qt programs run on the offscreen platform.
+include(GoogleTest)
+function(kel_add_test)
+  kel_add_test_in(${CMAKE_CURRENT_SOURCE_DIR} ${ARGN})
+endfunction()
+
+function(kel_add_test_in dir)
+  cmake_parse_arguments(KT "QT" "NAME" "LIBS;LABELS" ${ARGN})
+  if(NOT KEL_BUILD_TESTS)
+    return()
+  endif()
+  file(GLOB _srcs CONFIGURE_DEPENDS ${dir}/tests/*.cpp)
+  if(NOT _srcs)
+    return()
+  endif()
+  add_executable(${KT_NAME} ${_srcs})
+  target_link_libraries(${KT_NAME} PRIVATE ${KT_LIBS} GTest::gtest GTest::gmock GTest::gtest_main kel_testing)
+  set(_env "KEL_TEST_SOURCE_DIR=${PROJECT_SOURCE_DIR}")
+  if(KT_QT)
+    list(APPEND _env "QT_QPA_PLATFORM=offscreen")
+  endif()
+  set(_labels ${KT_LABELS})
+  if(NOT _labels)
+    set(_labels unit)
+  endif()
+  gtest_discover_tests(${KT_NAME}
+    DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 60
+    PROPERTIES ENVIRONMENT "${_env}" LABELS "${_labels}" TIMEOUT 120)
+endfunction()
