@@ -23,7 +23,8 @@ if(KEL_QT_MODULES)
   foreach(_f IN LISTS KEL_QT_FOLDERS)
     string(REPLACE "tools/" "" _n "${_f}")
     if(TARGET kel_${_n} AND EXISTS ${PROJECT_SOURCE_DIR}/${_f}/tests)
-      kel_add_test_in(${PROJECT_SOURCE_DIR}/${_f} NAME ${_n}_tests LIBS KelCtrl QT)
+      # A module sets KEL_TEST_LABEL_<name> (e.g. "threads") in its CMakeLists when its tests run threads.
+      kel_add_test_in(${PROJECT_SOURCE_DIR}/${_f} NAME ${_n}_tests LIBS KelCtrl QT LABEL ${KEL_TEST_LABEL_${_n}})
     endif()
   endforeach()
 

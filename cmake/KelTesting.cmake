@@ -1,4 +1,4 @@
-# kel_add_test(NAME <exe> LIBS <libs...> [LABELS <labels...>] [QT])
+# kel_add_test(NAME <exe> LIBS <libs...> [LABEL <label>] [QT])
 # kel_add_test_in(<folder> NAME ...) for a folder other than the calling one.
 # Builds one GoogleTest program from every *.cpp in the folder's tests/ directory and
 # registers each test case with CTest. Qt programs run on the offscreen platform.
@@ -8,7 +8,7 @@ function(kel_add_test)
 endfunction()
 
 function(kel_add_test_in dir)
-  cmake_parse_arguments(KT "QT" "NAME" "LIBS;LABELS" ${ARGN})
+  cmake_parse_arguments(KT "QT" "NAME;LABEL" "LIBS" ${ARGN})
   if(NOT KEL_BUILD_TESTS)
     return()
   endif()
@@ -22,7 +22,9 @@ function(kel_add_test_in dir)
   if(KT_QT)
     list(APPEND _env "QT_QPA_PLATFORM=offscreen")
   endif()
-  set(_labels ${KT_LABELS})
+  # One label a program: test discovery flattens list-valued properties. "threads" marks the
+  # programs that the ThreadSanitizer pass runs; "e2e" the ones that need an X server.
+  set(_labels ${KT_LABEL})
   if(NOT _labels)
     set(_labels unit)
   endif()
