@@ -2,7 +2,9 @@
 
 #include <cstring>
 
-CImageDataInfo::CImageDataInfo(const CImageDataInfo& o) { *this = o; }
+CImageDataInfo::CImageDataInfo(const CImageDataInfo& o) {
+    *this = o;
+}
 
 CImageDataInfo& CImageDataInfo::operator=(const CImageDataInfo& o) {
     if (this == &o)

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
-CSelectedRegion::CSelectedRegion(const CSelectedRegion& o) { *this = o; }
+CSelectedRegion::CSelectedRegion(const CSelectedRegion& o) {
+    *this = o;
+}
 
 CSelectedRegion& CSelectedRegion::operator=(const CSelectedRegion& o) {
     if (this == &o)

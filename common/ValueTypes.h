@@ -9,7 +9,9 @@ template <typename T> struct TPoint {
     constexpr TPoint() = default;
     constexpr TPoint(T px, T py) : x(px), y(py) {}
     // The marker for "no point": both coordinates at the lowest value (0x80000000 for int).
-    static constexpr TPoint Invalid() { return TPoint(std::numeric_limits<T>::lowest(), std::numeric_limits<T>::lowest()); }
+    static constexpr TPoint Invalid() {
+        return TPoint(std::numeric_limits<T>::lowest(), std::numeric_limits<T>::lowest());
+    }
     constexpr bool IsValid() const { return !(*this == Invalid()); }
     constexpr bool operator==(const TPoint&) const = default;
     constexpr TPoint operator+(const TPoint& o) const { return TPoint(x + o.x, y + o.y); }
@@ -35,7 +37,9 @@ struct IntRect {
     constexpr int Right() const { return x + width; }
     constexpr int Bottom() const { return y + height; }
     constexpr bool IsEmpty() const { return width <= 0 || height <= 0; }
-    constexpr bool Contains(int px, int py) const { return px >= x && py >= y && px < Right() && py < Bottom(); }
+    constexpr bool Contains(int px, int py) const {
+        return px >= x && py >= y && px < Right() && py < Bottom();
+    }
     // The overlap of two rectangles; empty (all zero) when they do not meet.
     constexpr IntRect Intersected(const IntRect& o) const {
         const int l = x > o.x ? x : o.x;

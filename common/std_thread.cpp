@@ -13,7 +13,9 @@ std_thread::~std_thread() {
     }
 }
 
-bool std_thread::is_running() { return m_thread.joinable() && !m_finished.is_set(); }
+bool std_thread::is_running() {
+    return m_thread.joinable() && !m_finished.is_set();
+}
 
 void std_thread::stop() {
     if (!m_thread.joinable())
@@ -22,7 +24,9 @@ void std_thread::stop() {
     m_thread.join();
 }
 
-void std_thread::kill() { stop(); }
+void std_thread::kill() {
+    stop();
+}
 
 int std_thread::NiceForPriority(int priority) {
     switch (priority) {

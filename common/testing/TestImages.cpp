@@ -98,7 +98,8 @@ bool MakeNoise(CImageDataInfo& img, int w, int h, int channels, int depth, uint3
     });
 }
 
-bool MakeDisc(CImageDataInfo& img, int w, int h, int channels, int depth, double cx, double cy, double radius) {
+bool MakeDisc(CImageDataInfo& img, int w, int h, int channels, int depth, double cx, double cy,
+              double radius) {
     return Fill(img, w, h, channels, depth, [&](int x, int y, int c) {
         const double d = std::hypot(x + 0.5 - cx, y + 0.5 - cy);
         const double inside = std::clamp(radius - d + 0.5, 0.0, 1.0);
@@ -117,7 +118,9 @@ bool MakeRampRegion(CSelectedRegion& region, int w, int h) {
     return true;
 }
 
-bool SamePixels(const CImageDataInfo& a, const CImageDataInfo& b) { return MaxDifference(a, b) == 0; }
+bool SamePixels(const CImageDataInfo& a, const CImageDataInfo& b) {
+    return MaxDifference(a, b) == 0;
+}
 
 long MaxDifference(const CImageDataInfo& a, const CImageDataInfo& b) {
     if (a.width != b.width || a.height != b.height || !a.SameFormat(b))

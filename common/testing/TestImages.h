@@ -10,7 +10,9 @@
 namespace kel_testing {
 
 // Full-scale value of a depth: 255 or 65535.
-inline uint32_t MaxValue(int depth) { return depth == 2 ? 65535u : 255u; }
+inline uint32_t MaxValue(int depth) {
+    return depth == 2 ? 65535u : 255u;
+}
 // Reads and writes one channel value in logical (top-down) coordinates.
 uint32_t GetValue(const CImageDataInfo& img, int x, int y, int channel);
 void SetValue(CImageDataInfo& img, int x, int y, int channel, uint32_t value);
@@ -25,7 +27,8 @@ bool MakeColorCube(CImageDataInfo& img, int w, int h, int channels, int depth);
 // Deterministic noise over the full range.
 bool MakeNoise(CImageDataInfo& img, int w, int h, int channels, int depth, uint32_t seed);
 // A bright disc of the given radius on a dark background, anti-aliased over one pixel.
-bool MakeDisc(CImageDataInfo& img, int w, int h, int channels, int depth, double cx, double cy, double radius);
+bool MakeDisc(CImageDataInfo& img, int w, int h, int channels, int depth, double cx, double cy,
+              double radius);
 // A mask with a linear ramp from 0 on the left to 0xFFFF on the right.
 bool MakeRampRegion(CSelectedRegion& region, int w, int h);
 
