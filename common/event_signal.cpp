@@ -3,10 +3,10 @@
 #include <chrono>
 
 void event_signal::set() {
-    {
-        std::lock_guard<std::mutex> g(m_mutex);
-        m_set = true;
-    }
+    // Notify under the lock: a waiter may destroy the signal as soon as it wakes (a self-deleting
+    // thread does), so set() must not touch the object after the lock is released.
+    std::lock_guard<std::mutex> g(m_mutex);
+    m_set = true;
     if (m_manual)
         m_cond.notify_all();
     else

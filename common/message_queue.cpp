@@ -10,11 +10,10 @@ void message_queue::post(unsigned id, intptr_t wparam, intptr_t lparam, std::sha
 }
 
 void message_queue::post(message m) {
-    {
-        std::lock_guard<std::mutex> g(m_mutex);
-        m_messages.push_back(std::move(m));
-    }
-    // Waiters may filter on different ranges, so every one of them looks again.
+    // Waiters may filter on different ranges, so every one of them looks again. Notified under the
+    // lock so that a receiver that ends the queue's owner on this message cannot race the notify.
+    std::lock_guard<std::mutex> g(m_mutex);
+    m_messages.push_back(std::move(m));
     m_cond.notify_all();
 }
 
