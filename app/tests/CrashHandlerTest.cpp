@@ -1,0 +1,168 @@
+// Guards against a crash that leaves no readable record, a wrong exception name, or a handler that
+// keeps the process alive after a fatal signal.
+#include "app/CrashHandler.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+using namespace KELCTRL;
+namespace fs = std::filesystem;
+
+namespace {
+
+// Written from the handler of the child: async-signal-safe, one write.
+int g_reportFd = -1;
+void PipeReporter(const char* typeName, const char* dumpPath) {
+    char buf[512];
+    size_t n = 0;
+    for (const char* s = typeName; *s && n < 200; ++s)
+        buf[n++] = *s;
+    buf[n++] = '|';
+    for (const char* s = dumpPath ? dumpPath : "(null)"; *s && n < 500; ++s)
+        buf[n++] = *s;
+    ssize_t w = ::write(g_reportFd, buf, n);
+    (void)w;
+}
+
+volatile int g_zero = 0;
+
+// The faults must reach the signal handler, not the undefined-behaviour checker of a sanitizer build.
+__attribute__((no_sanitize("undefined"), noinline)) void NullStore() {
+    volatile int* p = nullptr;
+    *p = 1;
+}
+__attribute__((no_sanitize("undefined"), noinline)) int DivideByZero() {
+    volatile int a = 1;
+    return a / g_zero;
+}
+
+struct CrashResult {
+    int signal = 0;
+    std::string report;
+    std::string record;
+};
+
+// Runs `crash` in a child with the handler installed and the dump path set; returns what the parent sees.
+template <typename F> CrashResult RunCrashingChild(const fs::path& dumpPath, F crash) {
+    int fds[2];
+    EXPECT_EQ(::pipe(fds), 0);
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::close(fds[0]);
+        g_reportFd = fds[1];
+        InstallExceptionHandler();
+        SetCrashDumpPath(dumpPath.c_str());
+        SetCrashReporter(&PipeReporter);
+        crash();
+        ::_exit(0); // not reached when the crash happens
+    }
+    ::close(fds[1]);
+    CrashResult r;
+    char buf[1024];
+    ssize_t n;
+    while ((n = ::read(fds[0], buf, sizeof buf)) > 0)
+        r.report.append(buf, static_cast<size_t>(n));
+    ::close(fds[0]);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    r.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    std::ifstream in(dumpPath);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    r.record = ss.str();
+    return r;
+}
+
+fs::path DumpPath(const char* name) {
+    return fs::temp_directory_path() / ("kel_crash_" + std::to_string(::getpid()) + "_" + name + ".dmp");
+}
+
+} // namespace
+
+TEST(CrashHandler, NullDereferenceWritesAccessViolationRecord) {
+    const fs::path dump = DumpPath("segv");
+    CrashResult r = RunCrashingChild(dump, [] { NullStore(); });
+    EXPECT_EQ(r.signal, SIGSEGV);
+    EXPECT_EQ(r.report, "Access Violation|" + dump.string());
+    EXPECT_NE(
+        r.record.find(
+            "Type: Access Violation\nCode: 0xC0000005\nSignal: 11 (SIGSEGV)\nAddress: 0x0000000000000000"),
+        std::string::npos)
+        << r.record;
+    EXPECT_NE(r.record.find("Backtrace:\n"), std::string::npos);
+    fs::remove(dump);
+}
+
+TEST(CrashHandler, IntegerDivideByZeroAndAbortAreNamed) {
+    const fs::path dump = DumpPath("fpe");
+    CrashResult div = RunCrashingChild(dump, [] { DivideByZero(); });
+    EXPECT_EQ(div.signal, SIGFPE);
+    EXPECT_EQ(div.report.substr(0, div.report.find('|')), "Integer Divide By Zero");
+    EXPECT_NE(div.record.find("Type: Integer Divide By Zero"), std::string::npos);
+
+    CrashResult abrt = RunCrashingChild(dump, [] { std::abort(); });
+    EXPECT_EQ(abrt.signal, SIGABRT);
+    EXPECT_NE(abrt.record.find("Type: Non-continuable Exception"), std::string::npos);
+    fs::remove(dump);
+}
+
+TEST(CrashHandler, UnwritableDumpPathStillReportsWithNullPath) {
+    const fs::path dump = fs::temp_directory_path() / "kel_no_such_folder" / "x" / "crash.dmp";
+    CrashResult r = RunCrashingChild(dump, [] { std::raise(SIGSEGV); });
+    EXPECT_EQ(r.signal, SIGSEGV);
+    EXPECT_EQ(r.report.substr(r.report.find('|') + 1), "(null)");
+}
+
+TEST(CrashHandler, SignalToExceptionNames) {
+    EXPECT_STREQ(ExceptionName(0x12345678), "Unknown");
+    EXPECT_STREQ(ExceptionName(ExceptionCodeForSignal(SIGBUS, BUS_ADRERR, 0x1000, 0x7f0000)),
+                 "In Page Error");
+    EXPECT_STREQ(ExceptionName(ExceptionCodeForSignal(SIGBUS, BUS_ADRALN, 0x1001, 0x7f0000)),
+                 "DataType Misalignment");
+    EXPECT_STREQ(ExceptionName(ExceptionCodeForSignal(SIGILL, ILL_ILLOPC, 0, 0)), "Illegal Instruction");
+    EXPECT_STREQ(ExceptionName(ExceptionCodeForSignal(SIGFPE, FPE_FLTDIV, 0, 0)), "Float Divide By Zero");
+    // A fault just below the stack pointer is the stack running out.
+    EXPECT_STREQ(ExceptionName(ExceptionCodeForSignal(SIGSEGV, SEGV_MAPERR, 0x7ffe0000 - 64, 0x7ffe0000)),
+                 "Stack Overflow");
+    EXPECT_STREQ(ExceptionName(ExceptionCodeForSignal(SIGSEGV, SEGV_MAPERR, 0, 0x7ffe0000)),
+                 "Access Violation");
+}
+
+TEST(CrashHandler, DefaultReporterStartsTheReporterProcess) {
+    // The default reporter runs a separate program with the name and the record's path appended.
+    const fs::path dump = DumpPath("rep");
+    const fs::path out = DumpPath("rep_out");
+    const std::string script = "echo \"$1|$2\" > " + out.string();
+    const char* args[] = {"-c", script.c_str(), "sh"};
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        InstallExceptionHandler();
+        SetCrashDumpPath(dump.c_str());
+        SetCrashReporter(nullptr);
+        SetCrashReporterCommand("/bin/sh", args, 3);
+        std::raise(SIGILL);
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    std::string line;
+    for (int i = 0; i < 200 && line.empty(); ++i) { // the grandchild writes after the crash
+        std::ifstream in(out);
+        std::getline(in, line);
+        if (line.empty())
+            ::usleep(10000);
+    }
+    EXPECT_EQ(line, "Illegal Instruction|" + dump.string());
+    fs::remove(dump);
+    fs::remove(out);
+}
