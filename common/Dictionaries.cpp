@@ -6,8 +6,8 @@ namespace localization {
 
 missing_dictionary::missing_dictionary(const std::filesystem::path& file,
                                        const std::filesystem::path& fallback)
-    : std::runtime_error("Dictionary missing: neither \"" + file.string() + "\" nor \"" +
-                         fallback.string() + "\" could be read"),
+    : std::runtime_error("Dictionary missing: neither \"" + file.string() + "\" nor \"" + fallback.string() +
+                         "\" could be read"),
       m_file(file), m_fallback(fallback) {}
 
 dictionary& global_dictionary() {
@@ -43,7 +43,9 @@ int LoadAllDicts(const std::filesystem::path& folder, int enciphered) {
 
 namespace KELCTRL {
 
-const char* GetDictItem(const char* key) { return localization::global_dictionary().get_item(key); }
+const char* GetDictItem(const char* key) {
+    return localization::global_dictionary().get_item(key);
+}
 
 bool HasDictItem(const char* key) {
     return key != nullptr && localization::global_dictionary().find(key) != nullptr;

@@ -1,0 +1,118 @@
+#include "common/CXmlSettingsFile.h"
+
+#include "common/AtomicFileWrite.h"
+
+#include <cstring>
+#include <tinyxml.h>
+
+namespace KELCTRL {
+
+struct CXmlSettingsFile::Impl {
+    TiXmlDocument doc;
+};
+
+CXmlSettingsFile::CXmlSettingsFile() : m_impl(std::make_unique<Impl>()) {}
+CXmlSettingsFile::~CXmlSettingsFile() = default;
+
+int XmlNestingBound(std::string_view text) {
+    // Every "<" that opens something other than a closing tag, comment, declaration or processing
+    // instruction counts one level down; "</" and "/>" count one up. Text inside comments and CDATA
+    // may inflate the count, which only makes the bound safer.
+    int depth = 0;
+    int deepest = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '<') {
+            const char next = i + 1 < text.size() ? text[i + 1] : '\0';
+            if (next == '/') {
+                depth = depth > 0 ? depth - 1 : 0;
+            } else if (next != '!' && next != '?') {
+                ++depth;
+                deepest = depth > deepest ? depth : deepest;
+            }
+        } else if (text[i] == '/' && i + 1 < text.size() && text[i + 1] == '>') {
+            depth = depth > 0 ? depth - 1 : 0;
+        }
+    }
+    return deepest;
+}
+
+int CXmlSettingsFile::Parse(std::string_view text, const char* rootName) {
+    m_impl->doc = TiXmlDocument();
+    m_error.clear();
+    if (XmlNestingBound(text) > kMaxDepth) {
+        m_error = "XML nested too deeply";
+        return 0;
+    }
+    // TinyXML wants a terminated string; an embedded NUL ends the text, as it would in a file reader.
+    const std::string copy(text.data(), strnlen(text.data(), text.size()));
+    TiXmlDocument doc;
+    doc.Parse(copy.c_str(), nullptr, TIXML_ENCODING_UTF8);
+    if (doc.Error()) {
+        m_error = std::string("Malformed XML: ") + (doc.ErrorDesc() ? doc.ErrorDesc() : "");
+        return 0;
+    }
+    const TiXmlElement* root = doc.RootElement();
+    if (root == nullptr || rootName == nullptr || root->ValueStr() != rootName) {
+        m_error = std::string("Root element is not \"") + (rootName ? rootName : "") + "\"";
+        return 0;
+    }
+    m_impl->doc = doc;
+    return 1;
+}
+
+int CXmlSettingsFile::Load(const std::filesystem::path& path, const char* rootName, int form) {
+    m_impl->doc = TiXmlDocument();
+    if (form != SETTINGS_FORM_PLAIN) {
+        m_error = "The enciphered form is not available";
+        return 0;
+    }
+    std::string bytes;
+    if (!ReadSmallFile(path, bytes, kMaxFileBytes)) {
+        m_error = "Cannot read \"" + path.string() + "\"";
+        return 0;
+    }
+    return Parse(bytes, rootName);
+}
+
+int CXmlSettingsFile::LoadEitherForm(const std::filesystem::path& path, const char* rootName,
+                                     int productForm) {
+    if (Load(path, rootName, productForm))
+        return 1;
+    const std::string first = m_error;
+    const int other = productForm == SETTINGS_FORM_PLAIN ? SETTINGS_FORM_ENCIPHERED : SETTINGS_FORM_PLAIN;
+    if (Load(path, rootName, other))
+        return 1;
+    m_error = first + "; " + m_error;
+    return 0;
+}
+
+TiXmlElement* CXmlSettingsFile::CreateRoot(const char* rootName) {
+    m_impl->doc = TiXmlDocument();
+    m_error.clear();
+    m_impl->doc.InsertEndChild(TiXmlDeclaration("1.0", "UTF-8", ""));
+    m_impl->doc.InsertEndChild(TiXmlElement(rootName));
+    return m_impl->doc.RootElement();
+}
+
+TiXmlElement* CXmlSettingsFile::Root() const {
+    return m_impl->doc.RootElement();
+}
+
+std::string CXmlSettingsFile::Print() const {
+    TiXmlPrinter printer;
+    printer.SetIndent("  ");
+    m_impl->doc.Accept(&printer);
+    return printer.Str();
+}
+
+int CXmlSettingsFile::Save(const std::filesystem::path& path, int /*form*/) {
+    // Only the plain form exists here; it is what every edition can read back.
+    if (Root() == nullptr) {
+        m_error = "Empty document";
+        return 0;
+    }
+    m_error.clear();
+    return WriteFileAtomically(path, Print(), &m_error);
+}
+
+} // namespace KELCTRL
