@@ -5,11 +5,21 @@
 #include "common/CImageDataInfo.h"
 #include "common/ValueTypes.h"
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace ImageProcess {
+
+class ColorProfile;
+namespace detail {
+// The engine's handle of a transform, for the library's own pixel loops.
+void* TransformHandle(const void* transform);
+// The handle of a transform between the same profiles from and to 8-bit B, G, R, A; null when there
+// is none. Cached on the transform, so it is cheap to ask for every row.
+void* DisplayTransformHandle(const void* transform);
+} // namespace detail
 
 class ColorProfile {
 public:
@@ -60,11 +70,15 @@ public:
 
     private:
         friend class ColorProfile;
+        friend void* detail::TransformHandle(const void* transform);
+        friend void* detail::DisplayTransformHandle(const void* transform);
         TRANSFORM() = default;
         Profile m_from, m_to;
         FORMAT m_input = FORMAT_NONE, m_output = FORMAT_NONE;
         int m_intent = 0;
+        unsigned m_flags = 0;
         void* m_handle = nullptr;
+        mutable std::atomic<const TRANSFORM*> m_display{nullptr};
     };
 
     static const Profile& GetSRGBProfile();
@@ -103,6 +117,10 @@ public:
 
     // Frees the cached transforms (pointers handed out become invalid) and the monitor profile.
     static void ReleaseCache();
+
+private:
+    static const TRANSFORM* GetTransformWithFlags(const Profile& from, const Profile& to, FORMAT input,
+                                                  FORMAT output, int intent, unsigned flags);
 };
 
 } // namespace ImageProcess

@@ -1,0 +1,191 @@
+// The row-wise driver and what the canvas runs through it: conversion of any image row to 32-bit
+// B, G, R, 255 for the screen, and the chequer under transparent pixels.
+#include "imageprocess/ImageProcess.h"
+#include "imageprocess/PixelAccess.h"
+
+#include <lcms2.h>
+
+#include <cstring>
+#include <vector>
+
+namespace ImageProcess {
+
+bool ProcessImage2(PROCESS_ROW_FUNC func, const CImageDataInfo& src, const IntRect& srcRect,
+                   const ROW_BUFFER& dst, const void* params, PROGRESS_CALLBACK progress) {
+    if (!func || !detail::IsUsable(src) || srcRect.IsEmpty() || srcRect.x < 0 || srcRect.y < 0 ||
+        srcRect.Right() > src.width || srcRect.Bottom() > src.height || !dst.data ||
+        (dst.channels != 1 && dst.channels != 3 && dst.channels != 4) || (dst.depth != 1 && dst.depth != 2))
+        return false;
+    const long long rowBytes = static_cast<long long>(srcRect.width) * dst.channels * dst.depth;
+    if ((dst.stride < 0 ? -static_cast<long long>(dst.stride) : dst.stride) < rowBytes)
+        return false;
+    const detail::Plane s = detail::PlaneOf(src);
+    const ptrdiff_t xOff = static_cast<ptrdiff_t>(srcRect.x) * s.PixelBytes();
+    // Work counted as 4 units a pixel: the display conversion is heavier than a copy.
+    detail::ParallelRows(srcRect.height, static_cast<long long>(srcRect.width) * srcRect.height * 4, progress,
+                         [&](int r0, int r1) {
+                             PROCESS_ROW row;
+                             row.width = srcRect.width;
+                             row.srcChannels = src.channels;
+                             row.srcDepth = src.depth;
+                             row.dstChannels = dst.channels;
+                             row.dstDepth = dst.depth;
+                             row.x = srcRect.x;
+                             row.params = params;
+                             for (int r = r0; r < r1; ++r) {
+                                 row.src = s.Row(srcRect.y + r) + xOff;
+                                 row.dst = dst.data + static_cast<ptrdiff_t>(r) * dst.stride;
+                                 row.y = srcRect.y + r;
+                                 func(row);
+                             }
+                         });
+    return true;
+}
+
+namespace {
+
+constexpr uint8_t kShadowMark = 1, kHighlightMark = 2;
+
+// Source row -> B, G, R, 255 with the curve; clip flags per pixel when asked.
+template <int CH>
+void ToBGRA8(const uint8_t* __restrict s, uint8_t* __restrict d, int width, const uint8_t* __restrict lut,
+             uint8_t* __restrict marks) {
+    for (int x = 0; x < width; ++x) {
+        const uint8_t b = lut[s[x * CH]];
+        const uint8_t g = CH == 1 ? b : lut[s[x * CH + 1]];
+        const uint8_t r = CH == 1 ? b : lut[s[x * CH + 2]];
+        d[4 * x] = b;
+        d[4 * x + 1] = g;
+        d[4 * x + 2] = r;
+        d[4 * x + 3] = 255;
+        if (marks) {
+            const uint8_t lo = std::min(b, std::min(g, r)), hi = std::max(b, std::max(g, r));
+            marks[x] = hi == 255 ? kHighlightMark : (lo == 0 ? kShadowMark : 0);
+        }
+    }
+}
+
+template <int CH>
+void ToBGRA8(const uint16_t* __restrict s, uint8_t* __restrict d, int width,
+             const unsigned short* __restrict curve, uint8_t* __restrict marks) {
+    for (int x = 0; x < width; ++x) {
+        uint32_t v[3];
+        for (int c = 0; c < 3; ++c) {
+            const uint16_t raw = s[x * CH + (CH == 1 ? 0 : c)];
+            v[c] = curve ? curve[raw] : raw;
+            d[4 * x + c] = static_cast<uint8_t>((v[c] * 255u + 32767u) / 65535u);
+        }
+        d[4 * x + 3] = 255;
+        if (marks) {
+            const uint32_t lo = std::min(v[0], std::min(v[1], v[2])),
+                           hi = std::max(v[0], std::max(v[1], v[2]));
+            marks[x] = hi == 65535 ? kHighlightMark : (lo == 0 ? kShadowMark : 0);
+        }
+    }
+}
+
+void ConvertRow(const PROCESS_ROW& row, const DISPLAY_PARAMS& p, uint8_t* out, uint8_t* marks) {
+    const int w = row.width;
+    if (row.srcDepth == 1) {
+        uint8_t lut[256];
+        for (int v = 0; v < 256; ++v)
+            lut[v] =
+                p.curve ? static_cast<uint8_t>((p.curve[v * 257] + 128u) / 257u) : static_cast<uint8_t>(v);
+        switch (row.srcChannels) {
+        case 1:
+            return ToBGRA8<1>(row.src, out, w, lut, marks);
+        case 3:
+            return ToBGRA8<3>(row.src, out, w, lut, marks);
+        default:
+            return ToBGRA8<4>(row.src, out, w, lut, marks);
+        }
+    }
+    const auto* s = reinterpret_cast<const uint16_t*>(row.src);
+    switch (row.srcChannels) {
+    case 1:
+        return ToBGRA8<1>(s, out, w, p.curve, marks);
+    case 3:
+        return ToBGRA8<3>(s, out, w, p.curve, marks);
+    default:
+        return ToBGRA8<4>(s, out, w, p.curve, marks);
+    }
+}
+
+} // namespace
+
+void DisplayRowFunc(const PROCESS_ROW& row) {
+    static const DISPLAY_PARAMS kNone;
+    const DISPLAY_PARAMS& p = row.params ? *static_cast<const DISPLAY_PARAMS*>(row.params) : kNone;
+    if (row.dstChannels != 4 || row.dstDepth != 1 || row.width < 1)
+        return;
+    thread_local std::vector<uint8_t> scratch, marks;
+    void* handle = p.transform ? detail::DisplayTransformHandle(p.transform) : nullptr;
+    const bool mark = (p.clipping & (CLIPPING_SHADOW | CLIPPING_HIGHLIGHT)) != 0;
+    if (mark && marks.size() < static_cast<size_t>(row.width))
+        marks.resize(row.width);
+    uint8_t* out = row.dst;
+    if (handle) {
+        if (scratch.size() < static_cast<size_t>(row.width) * 4)
+            scratch.resize(static_cast<size_t>(row.width) * 4);
+        out = scratch.data();
+    }
+    ConvertRow(row, p, out, mark ? marks.data() : nullptr);
+    if (handle)
+        cmsDoTransform(static_cast<cmsHTRANSFORM>(handle), out, row.dst,
+                       static_cast<cmsUInt32Number>(row.width));
+    if (!mark)
+        return;
+    const bool shadow = p.clipping & CLIPPING_SHADOW, highlight = p.clipping & CLIPPING_HIGHLIGHT;
+    uint32_t* d = reinterpret_cast<uint32_t*>(row.dst);
+    for (int x = 0; x < row.width; ++x) {
+        if (marks[x] == kHighlightMark && highlight) {
+            const ARGB32 red(255, 255, 0, 0);
+            std::memcpy(&d[x], &red.value, 4);
+        } else if (marks[x] == kShadowMark && shadow) {
+            const ARGB32 blue(255, 0, 0, 255);
+            std::memcpy(&d[x], &blue.value, 4);
+        }
+    }
+}
+
+bool ConvertImageForDisplay(const CImageDataInfo& src, const IntRect& srcRect, unsigned char* display,
+                            int displayStride, const DISPLAY_PARAMS& params) {
+    ROW_BUFFER dst;
+    dst.data = display;
+    dst.stride = displayStride;
+    dst.channels = 4;
+    dst.depth = 1;
+    return ProcessImage2(DisplayRowFunc, src, srcRect, dst, &params, nullptr);
+}
+
+bool PaintOnTransparencyBlocks(int blockSize, int width, int height, int channels, int depth,
+                               unsigned char* display, int stride, const unsigned char* mask, int maskStride,
+                               int maskHeight, int x, int y) {
+    if (blockSize < 1 || width < 1 || height < 1 || (channels != 3 && channels != 4) || depth != 1 ||
+        !display || !mask || x < 0 || y < 0 || maskHeight < 1)
+        return false;
+    const long long maskWidth = maskStride < 0 ? -static_cast<long long>(maskStride) : maskStride;
+    const long long rowBytes = static_cast<long long>(width) * channels;
+    if ((stride < 0 ? -static_cast<long long>(stride) : stride) < rowBytes ||
+        x + static_cast<long long>(width) > maskWidth || y + static_cast<long long>(height) > maskHeight)
+        return false;
+    for (int j = 0; j < height; ++j) {
+        unsigned char* d = display + static_cast<ptrdiff_t>(j) * stride;
+        const unsigned char* m = mask + static_cast<ptrdiff_t>(y + j) * maskStride + x;
+        const int by = (y + j) / blockSize;
+        for (int i = 0; i < width; ++i) {
+            const uint32_t a = m[i];
+            if (a == 255)
+                continue;
+            // Light and lighter squares, fixed to image coordinates.
+            const uint32_t chequer = (((x + i) / blockSize + by) & 1) ? 0xCC : 0xFF;
+            for (int c = 0; c < 3; ++c) {
+                unsigned char& v = d[i * channels + c];
+                v = static_cast<unsigned char>((v * a + chequer * (255 - a) + 127) / 255);
+            }
+        }
+    }
+    return true;
+}
+
+} // namespace ImageProcess
