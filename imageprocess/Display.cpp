@@ -60,7 +60,7 @@ void ToBGRA8(const uint8_t* __restrict s, uint8_t* __restrict d, int width, cons
         d[4 * x + 3] = 255;
         if (marks) {
             const uint8_t lo = std::min(b, std::min(g, r)), hi = std::max(b, std::max(g, r));
-            marks[x] = hi == 255 ? kHighlightMark : (lo == 0 ? kShadowMark : 0);
+            marks[x] = static_cast<uint8_t>((hi == 255 ? kHighlightMark : 0) | (lo == 0 ? kShadowMark : 0));
         }
     }
 }
@@ -79,7 +79,7 @@ void ToBGRA8(const uint16_t* __restrict s, uint8_t* __restrict d, int width,
         if (marks) {
             const uint32_t lo = std::min(v[0], std::min(v[1], v[2])),
                            hi = std::max(v[0], std::max(v[1], v[2]));
-            marks[x] = hi == 65535 ? kHighlightMark : (lo == 0 ? kShadowMark : 0);
+            marks[x] = static_cast<uint8_t>((hi == 65535 ? kHighlightMark : 0) | (lo == 0 ? kShadowMark : 0));
         }
     }
 }
@@ -138,10 +138,10 @@ void DisplayRowFunc(const PROCESS_ROW& row) {
     const bool shadow = p.clipping & CLIPPING_SHADOW, highlight = p.clipping & CLIPPING_HIGHLIGHT;
     uint32_t* d = reinterpret_cast<uint32_t*>(row.dst);
     for (int x = 0; x < row.width; ++x) {
-        if (marks[x] == kHighlightMark && highlight) {
+        if ((marks[x] & kHighlightMark) && highlight) {
             const ARGB32 red(255, 255, 0, 0);
             std::memcpy(&d[x], &red.value, 4);
-        } else if (marks[x] == kShadowMark && shadow) {
+        } else if ((marks[x] & kShadowMark) && shadow) {
             const ARGB32 blue(255, 0, 0, 255);
             std::memcpy(&d[x], &blue.value, 4);
         }
