@@ -83,9 +83,9 @@ SETTINGS_READ_RESULT ReadSettingFile(const std::filesystem::path& path, APP_SETT
                                      int productForm, const std::vector<SCREEN_AREA>& screens,
                                      const SettingsHook& readHook) {
     SETTINGS_READ_RESULT result;
+    s = APP_SETTINGS{};
     if (!screens.empty())
         s.mainWndRect = DefaultWindowRect(screens.front().geometry);
-    s.maximized = 1;
 
     CXmlSettingsFile file;
     TiXmlElement* root = nullptr;

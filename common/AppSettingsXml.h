@@ -47,8 +47,8 @@ struct SETTINGS_READ_RESULT {
     std::string error; // why not, for the log
 };
 
-// The whole start-up read: defaults (the window rectangle from the primary screen, the first of
-// `screens`, and maximized), the file in either form, the values, the start counter raised by one in
+// The whole start-up read: every value back to its default (the window rectangle from the primary screen, the
+// first of `screens`, and maximized), the file in either form, the values, the start counter raised by one in
 // every case, and then `readHook` with the root, or with null when no file could be read.
 SETTINGS_READ_RESULT ReadSettingFile(const std::filesystem::path& path, APP_SETTINGS& s, int isFreeware,
                                      int productForm, const std::vector<SCREEN_AREA>& screens,
