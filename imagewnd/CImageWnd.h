@@ -1,0 +1,299 @@
+#pragma once
+// The image canvas. It shows one image at a zoom inside its client area and turns input into tool
+// events: the newest tool hears each event first, and a tool hears only what its event mask asks for.
+// Geometry (zoom, scroll, point conversion, synchronised partner, navigator controls) lives in
+// CImageWndGeometry.cpp, the tool stack and its walks in CImageWndTools.cpp, input in
+// CImageWndInput.cpp, and the image record and life cycle in CImageWnd.cpp.
+#include "common/CImageDataInfo.h"
+#include "common/ValueTypes.h"
+#include "imagewnd/IImageWndTool.h"
+#include "imagewnd/ImageWndTypes.h"
+#include "ui/CBaseWnd.h"
+
+#include <QCursor>
+#include <QPointF>
+#include <QRect>
+#include <QRectF>
+#include <QString>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace KELCTRL {
+
+// The visible image rectangle in image pixels, kept in single precision.
+struct FLOATRECT {
+    float x = 0;
+    float y = 0;
+    float width = 0;
+    float height = 0;
+    QRectF ToQRectF() const { return QRectF(x, y, width, height); }
+};
+
+class CImageWnd : public CBaseWnd {
+public:
+    // Priority of the adjusting thread: below normal, normal, above normal.
+    enum PRIORITY : int { PRIORITY_LOW = 0, PRIORITY_NORMAL = 1, PRIORITY_HIGH = 2 };
+
+    // Margin around a fitted image, window pixels at 96 DPI.
+    static constexpr int MARGIN = 10;
+    // The window's own timers; every other id belongs to the tools.
+    static constexpr uintptr_t TIMER_AUTOMOVE = 100;
+    static constexpr unsigned TIMER_AUTOMOVE_INTERVAL = 33;
+    static constexpr uintptr_t TIMER_PROCESSIMAGE = 101;
+    static constexpr unsigned TIMER_PROCESSIMAGE_INTERVAL = 250;
+    // Largest auto-move distance looked at outside the client, in window pixels.
+    static constexpr int AUTOMOVE_MAX_DISTANCE = 80;
+
+    explicit CImageWnd(int priority = PRIORITY_NORMAL, QWidget* parent = nullptr);
+    ~CImageWnd() override;
+
+    // The requested rectangle is raised to at least 2 * margin + 1 on each side.
+    int Create(QWidget* parent, const QRect& rect, unsigned id, int visible = 1) override;
+
+    // --- the image record (the caller keeps ownership of every image) ---------------------------
+    // Returns 0 for an invalid image, and for a mask that is valid but not 1 channel, 1 byte and of
+    // the image's size (the window is then empty). Before-images of another size are dropped.
+    int SetImage(CImageDataInfo& image, CImageDataInfo* before = nullptr,
+                 CImageDataInfo* dispBefore = nullptr, const CImageDataInfo* transMask = nullptr);
+    // The same image size is expected; another size goes the SetImage way without a mask.
+    int UpdateImage(CImageDataInfo& image, CImageDataInfo* before, CImageDataInfo* dispBefore,
+                    int immediately);
+    // Forgets the images and the geometry, keeping zoom type, scale and tools.
+    void Clear(int redraw);
+    CImageDataInfo* GetImage() const { return m_image; }
+    const CImageDataInfo* GetBeforeImage() const { return m_beforeImage; }
+    const CImageDataInfo* GetDispBeforeImage() const { return m_dispBeforeImage; }
+    const CImageDataInfo* GetTransMaskimage() const { return m_transMask; }
+    TSize<int> GetImageSize() const { return m_imageSize; }
+    int HasImage() const { return m_image ? 1 : 0; }
+    int GetPriority() const { return m_priority; }
+    void SetPriority(int priority) { m_priority = priority; }
+    int IsAdjustingMode() const { return m_adjusting ? 1 : 0; }
+
+    // --- before view -------------------------------------------------------------------------
+    void ShowBeforeImage(int on);
+    int IsShowingBefore() const { return m_showingBefore ? 1 : 0; }
+
+    // --- the tool stack ----------------------------------------------------------------------
+    void LoadTool(IImageWndTool* tool);
+    void UnloadTool(IImageWndTool* tool, int redraw);
+    void UnloadAllTools();
+    // Index in the stack (0 is the front), -1 for null, an empty stack or a tool not loaded.
+    intptr_t FindTool(IImageWndTool* tool) const;
+    size_t GetToolCount() const { return m_tools.size(); }
+    IImageWndTool* GetTool(size_t index) const { return index < m_tools.size() ? m_tools[index] : nullptr; }
+    IImageWndTool* GetDragOwner() const { return m_dragOwner; }
+    int IsDragging() const { return m_dragging ? 1 : 0; }
+    int IsRDragging() const { return m_rDragging ? 1 : 0; }
+    // Runs the cursor choice for the present pointer position, as a set-cursor message would.
+    void UpdateCursor();
+
+    // A tool that accepts OnSetCursor writes the cursor it wants here.
+    std::optional<QCursor> m_cursor;
+
+    // --- display geometry --------------------------------------------------------------------
+    // Changes the zoom keeping the image point under `anchor` (window point; null: the client
+    // centre) in place. Type scale needs a scale.
+    void SetZoom(ZOOM_TYPE type, const ZOOM_SCALE* scale, const QPoint* anchor);
+    // Changes the zoom and centres on an image point (null: only recomputes and repaints).
+    void SetZoomCenterPoint(ZOOM_TYPE type, const ZOOM_SCALE* scale, const QPoint* imagePoint);
+    // One step in (non-zero) or out on the zoom ladder.
+    void Zoom(int in, const QPoint* anchor);
+    void SetCenterPoint(int x, int y);
+    // Scrolls; refused at fit and while driven by the partner. Returns 1 when the position changed.
+    int SetDispPos(int x, int y);
+    int GetDispInfo(DISPINFO& info) const;
+    // Zooms to show an image rectangle; the rectangle is clipped to the image in place.
+    void DisplayRect(QRect& rect);
+    double CalcZoomValue(ZOOM_TYPE type, const ZOOM_SCALE* scale) const;
+
+    void PointWnd2Image(int x, int y, TPoint<double>& out) const;
+    void PointWnd2Image(double x, double y, TPoint<double>& out) const;
+    void PointWnd2Image(int x, int y, QPointF& out) const;
+    void PointWnd2Image(float x, float y, QPointF& out) const;
+    void PointImage2Wnd(int x, int y, TPoint<double>& out) const;
+    void PointImage2Wnd(double x, double y, TPoint<double>& out) const;
+    void PointImage2Wnd(int x, int y, QPointF& out) const;
+    void PointImage2Wnd(float x, float y, QPointF& out) const;
+
+    void LockView(int locked);
+    int IsViewLocked() const { return m_viewLocked ? 1 : 0; }
+    // Pairs this window with another; with `both` the partner is paired back (or, for null,
+    // released). Zoom and position changes then drive the partner.
+    void SetSyncWnd(CImageWnd* other, int both);
+    CImageWnd* GetSyncWnd() const { return m_syncWnd; }
+    int IsSynchronizing() const { return m_synchronizing ? 1 : 0; }
+    void EnableNaviCtrlNotification(int enable) { m_naviNotify = enable != 0; }
+    void UpdateNaviCtrls(NAVICTRL_METHOD method);
+
+    static QString ZoomScaleString(ZOOM_TYPE type, ZOOM_SCALE scale);
+
+    ZOOM_TYPE GetZoomType() const { return m_zoomType; }
+    ZOOM_SCALE GetZoomScale() const { return m_zoomScale; }
+    double GetZoomValue() const { return m_zoomValue; }
+    int IsZoomedOut() const { return m_zoomedOut ? 1 : 0; }
+    TSize<int> GetZoomedSize() const { return m_zoomedSize; }
+    TPoint<int> GetDispPos() const { return m_dispPos; }
+    TPoint<int> GetDrawPos() const { return m_drawPos; }
+    TSize<int> GetDrawSize() const { return m_drawSize; }
+    QRectF GetSrcRect() const { return m_srcRect.ToQRectF(); }
+    TPoint<int> GetCenterPoint() const { return m_centerPoint; }
+    TPoint<int> GetCachePos() const { return m_cachePos; }
+    TPoint<int> GetAutoMoveStep() const { return m_autoMoveStep; }
+    // The DPI-scaled margin.
+    int GetMargin() const;
+
+protected:
+    void CalcZoom();
+    void CalcDrawArea();
+    // Brings the shown result up to date with the before-image.
+    void ProcessImage();
+
+    void OnDestroy() override;
+    void OnPaint(QPainter& painter, int width, int height) override;
+    void OnSize(unsigned type, int cx, int cy) override;
+    void OnTimer(uintptr_t id) override;
+    void OnCaptureChanged(CBaseWnd* newOwner) override;
+    void OnKillFocus(QWidget* newFocus) override;
+    int OnSetCursor(CBaseWnd* wnd, unsigned hitTest, unsigned message) override;
+    void OnLButtonDown(unsigned flags, const QPoint& point) override;
+    void OnLButtonUp(unsigned flags, const QPoint& point) override;
+    void OnLButtonDblClk(unsigned flags, const QPoint& point) override;
+    void OnRButtonDown(unsigned flags, const QPoint& point) override;
+    void OnRButtonUp(unsigned flags, const QPoint& point) override;
+    void OnMouseMove(unsigned flags, const QPoint& point) override;
+    void OnMouseEnter(unsigned flags, const QPoint& point) override;
+    void OnMouseLeave() override;
+    int OnMouseWheel(unsigned flags, short delta, const QPoint& point) override;
+    void OnKeyDown(unsigned key, unsigned repeat, unsigned flags) override;
+    void OnKeyUp(unsigned key, unsigned repeat, unsigned flags) override;
+    void OnSysKeyDown(unsigned key, unsigned repeat, unsigned flags) override;
+    void OnSysKeyUp(unsigned key, unsigned repeat, unsigned flags) override;
+
+    // Tool walks. "All" calls every tool with the bit; "first accepting" stops at the first non-zero
+    // result and returns that tool; "first with bit" calls only the first tool with the bit. A
+    // handler may unload tools: the count is re-read at each step, and when the entry at the
+    // current index is no longer the tool just called, the index steps back so that none is skipped.
+    // All walks need an image, except the *Always form.
+    template <typename F> void WalkAll(uint32_t bit, F&& call);
+    template <typename F> void WalkAllAlways(uint32_t bit, F&& call);
+    template <typename F> IImageWndTool* WalkFirstAccepting(uint32_t bit, F&& call);
+    template <typename F> IImageWndTool* WalkFirstWithBit(uint32_t bit, F&& call, int& result);
+
+    // Invalidate and paint now, when the window exists and shows.
+    void RepaintNow();
+    // Paints the partner when it has repainting due from a synchronisation.
+    void FlushSyncPartner();
+    // Sends WM_NOTIFY with a point payload to the parent.
+    void NotifyParentPoint(unsigned code, const QPoint& point);
+
+    // Image references, none owned.
+    CImageDataInfo* m_image = nullptr;
+    const CImageDataInfo* m_beforeImage = nullptr;
+    const CImageDataInfo* m_dispBeforeImage = nullptr;
+    const CImageDataInfo* m_transMask = nullptr;
+    TSize<int> m_imageSize;
+    int m_priority = PRIORITY_NORMAL;
+    bool m_adjusting = false;
+    bool m_showingBefore = false;
+    bool m_beforeByKey = false;
+
+    // Tool stack and press state.
+    std::vector<IImageWndTool*> m_tools;
+    IImageWndTool* m_dragOwner = nullptr;
+    QPoint m_downPoint;
+    bool m_lButtonDown = false;
+    bool m_rButtonDown = false;
+    bool m_dblClicked = false;
+    bool m_dragging = false;
+    bool m_rDragging = false;
+    int64_t m_lButtonDownTick = 0;
+    int64_t m_rButtonDownTick = 0;
+
+    // Geometry.
+    ZOOM_TYPE m_zoomType = ZOOM_TYPE_FIT;
+    ZOOM_TYPE m_prevZoomType = ZOOM_TYPE_FIT;
+    ZOOM_SCALE m_zoomScale = ZOOM_SCALE_2_1;
+    double m_zoomValue = 1.0;
+    double m_prevZoomValue = 1.0;
+    bool m_settingZoom = false;
+    bool m_zoomedOut = false;
+    TSize<int> m_zoomedSize;
+    TPoint<int> m_dispPos;
+    TPoint<int> m_drawPos;
+    TSize<int> m_drawSize;
+    FLOATRECT m_srcRect;
+    TPoint<int> m_cachePos;
+    TPoint<int> m_centerPoint;
+    bool m_viewLocked = false;
+    TPoint<int> m_autoMoveStep;
+    CImageWnd* m_syncWnd = nullptr;
+    bool m_syncGuard = false;
+    bool m_synchronizing = false;
+    bool m_syncPending = false;
+    bool m_naviNotify = true;
+
+private:
+    void ResetGeometry();
+    // The steps of a lost capture: buttons up, drags ended, tools told.
+    void OnCaptureLost(CBaseWnd* newOwner);
+    void AutoMove(const QPoint& point);
+    void OnAutoMoveTimer();
+    bool AnyAutoMoveTool() const;
+    // Releases the capture after a drag unless the tool kept it or Space holds the before view.
+    void EndDragCapture(int releaseCapture);
+};
+
+// --- tool walks ------------------------------------------------------------------------------
+
+template <typename F> void CImageWnd::WalkAll(uint32_t bit, F&& call) {
+    if (HasImage())
+        WalkAllAlways(bit, call);
+}
+
+template <typename F> void CImageWnd::WalkAllAlways(uint32_t bit, F&& call) {
+    size_t i = 0;
+    while (i < m_tools.size()) {
+        IImageWndTool* tool = m_tools[i];
+        if (tool->GetEventMask() & bit) {
+            call(tool);
+            if (i < m_tools.size() && m_tools[i] != tool)
+                continue; // the stack changed under the handler: look at this index again
+        }
+        ++i;
+    }
+}
+
+template <typename F> IImageWndTool* CImageWnd::WalkFirstAccepting(uint32_t bit, F&& call) {
+    if (!HasImage())
+        return nullptr;
+    size_t i = 0;
+    while (i < m_tools.size()) {
+        IImageWndTool* tool = m_tools[i];
+        if (tool->GetEventMask() & bit) {
+            if (call(tool))
+                return tool;
+            if (i < m_tools.size() && m_tools[i] != tool)
+                continue;
+        }
+        ++i;
+    }
+    return nullptr;
+}
+
+template <typename F> IImageWndTool* CImageWnd::WalkFirstWithBit(uint32_t bit, F&& call, int& result) {
+    result = 0;
+    if (!HasImage())
+        return nullptr;
+    for (IImageWndTool* tool : m_tools) {
+        if (tool->GetEventMask() & bit) {
+            result = call(tool);
+            return tool;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace KELCTRL

@@ -1,0 +1,44 @@
+#pragma once
+// The base of every tool's control panel. This is the part that a tool and its host rely on: the
+// fixed button ids, the close and cancel requests to the parent, and the tool that a cancel marks.
+#include "ui/CBaseWnd.h"
+
+#include <functional>
+
+namespace KELCTRL {
+
+class CUISizeInfo;
+
+class CSubPanel : public CBaseWnd {
+public:
+    // Child ids of panels start here.
+    static constexpr unsigned IDC_BASE = 1000;
+    // Fixed ids of the text buttons.
+    static constexpr unsigned IDC_RESET = 2000;
+    static constexpr unsigned IDC_APPLY = 2001;
+    static constexpr unsigned IDC_CANCEL = 2002;
+    static constexpr unsigned IDC_CLOSE = 2003;
+    static constexpr unsigned IDC_HELP = 2004;
+    // Sent to the parent by AskParentClose and Cancel: wParam the panel's id, lParam the panel.
+    static constexpr unsigned WM_SUBPANEL_CLOSE = 1029;
+
+    explicit CSubPanel(QWidget* parent = nullptr);
+
+    // The height the panel wants; the base asks for 100.
+    virtual int GetHeight(const CUISizeInfo* sizeInfo);
+    // Marks the panel's tool as cancelled by the user, then asks the parent to close the panel.
+    virtual void Cancel();
+    // Asks the parent to close the panel.
+    void AskParentClose();
+
+    // The tool a panel controls marks itself here, so that Cancel can flag it; `owner` identifies
+    // the binding so that only its owner can remove it.
+    void SetCancelHook(const void* owner, std::function<void()> hook);
+    void ClearCancelHook(const void* owner);
+
+private:
+    const void* m_cancelOwner = nullptr;
+    std::function<void()> m_cancelHook;
+};
+
+} // namespace KELCTRL
