@@ -209,6 +209,39 @@ void* detail::DisplayTransformHandle(const void* transform) {
     return d->m_handle;
 }
 
+const uint16_t* detail::DisplayLut(const void* transform) {
+    if (!transform)
+        return nullptr;
+    const auto* t = static_cast<const ColorProfile::TRANSFORM*>(transform);
+    std::call_once(t->m_lutOnce, [t] {
+        const ColorProfile::TRANSFORM* s = ColorProfile::GetTransform(
+            t->m_from, t->m_to, ColorProfile::FORMAT_BGR_16, ColorProfile::FORMAT_BGR_16, t->m_intent);
+        if (!s)
+            return;
+        constexpr int n = kDisplayLutSide;
+        try {
+            std::vector<uint16_t> in(static_cast<size_t>(n) * n * n * 3), out(in.size());
+            size_t k = 0;
+            for (int r = 0; r < n; ++r)
+                for (int g = 0; g < n; ++g)
+                    for (int b = 0; b < n; ++b) {
+                        in[k++] = static_cast<uint16_t>(DisplayLutGrid(b) * 65535.0 + 0.5);
+                        in[k++] = static_cast<uint16_t>(DisplayLutGrid(g) * 65535.0 + 0.5);
+                        in[k++] = static_cast<uint16_t>(DisplayLutGrid(r) * 65535.0 + 0.5);
+                    }
+            cmsDoTransform(static_cast<cmsHTRANSFORM>(s->m_handle), in.data(), out.data(),
+                           static_cast<cmsUInt32Number>(n * n * n));
+            t->m_lut.assign(static_cast<size_t>(n) * n * n * 4, 0);
+            for (size_t i = 0; i < static_cast<size_t>(n) * n * n; ++i)
+                for (int c = 0; c < 3; ++c)
+                    t->m_lut[i * 4 + c] = out[i * 3 + c];
+        } catch (const std::bad_alloc&) {
+            t->m_lut.clear();
+        }
+    });
+    return t->m_lut.empty() ? nullptr : t->m_lut.data();
+}
+
 // ---- Well-known profiles -----------------------------------------------------------------------
 
 const ColorProfile::Profile& ColorProfile::GetSRGBProfile() {

@@ -6,7 +6,9 @@
 #include "common/ValueTypes.h"
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,17 @@ void* TransformHandle(const void* transform);
 // The handle of a transform between the same profiles from and to 8-bit B, G, R, A; null when there
 // is none. Cached on the transform, so it is cheap to ask for every row.
 void* DisplayTransformHandle(const void* transform);
+// Grid points a side of the display table.
+constexpr int kDisplayLutSide = 33;
+// Position 0..1 of grid point i on each axis: denser near black, where tone curves are steepest.
+inline double DisplayLutGrid(int i) {
+    const double t = static_cast<double>(i) / (kDisplayLutSide - 1);
+    return t * t;
+}
+// A kDisplayLutSide^3 table of the transform sampled from 16-bit B, G, R, four 16-bit values an entry
+// (B, G, R, unused), index (r * side + g) * side + b; built once per transform. Null when the
+// profiles cannot be sampled.
+const uint16_t* DisplayLut(const void* transform);
 } // namespace detail
 
 class ColorProfile {
@@ -72,6 +85,7 @@ public:
         friend class ColorProfile;
         friend void* detail::TransformHandle(const void* transform);
         friend void* detail::DisplayTransformHandle(const void* transform);
+        friend const uint16_t* detail::DisplayLut(const void* transform);
         TRANSFORM() = default;
         Profile m_from, m_to;
         FORMAT m_input = FORMAT_NONE, m_output = FORMAT_NONE;
@@ -79,6 +93,8 @@ public:
         unsigned m_flags = 0;
         void* m_handle = nullptr;
         mutable std::atomic<const TRANSFORM*> m_display{nullptr};
+        mutable std::once_flag m_lutOnce;
+        mutable std::vector<uint16_t> m_lut;
     };
 
     static const Profile& GetSRGBProfile();

@@ -140,3 +140,30 @@ TEST(ColorProfile, TransformImageBadInputWritesNothing) {
     EXPECT_FALSE(CP::TransformImage(out, in, 0, 0, s, s, &bad, nullptr));
     EXPECT_TRUE(SamePixels(out, before));
 }
+
+TEST(ColorProfile, DisplayTableFollowsTheEngineWithinOneLevel) {
+    // Both directions between gamma-encoded and linear data: the steepest curves a screen meets.
+    const auto& s = CP::GetSRGBProfile();
+    const auto& lin = CP::GetLinearWorkingProfile();
+    CImageDataInfo img;
+    ASSERT_TRUE(MakeColorCube(img, 256, 256, 3, 1));
+    for (int way = 0; way < 2; ++way) {
+        const auto& from = way ? lin : s;
+        const auto& to = way ? s : lin;
+        CImageDataInfo direct;
+        ASSERT_TRUE(direct.Create(256, 256, 3, 1));
+        ASSERT_TRUE(CP::TransformImage(direct, img, CP::INTENT_PERCEPTUAL, 0, from, to, nullptr, nullptr));
+        std::vector<uint8_t> shown(256 * 256 * 4);
+        DISPLAY_PARAMS p;
+        p.transform = CP::GetTransform(from, to, CP::FORMAT_BGRA_8, CP::FORMAT_BGRA_8);
+        ASSERT_TRUE(ConvertImageForDisplay(img, {0, 0, 256, 256}, shown.data(), 1024, p));
+        long worst = 0;
+        for (int y = 0; y < 256; ++y)
+            for (int x = 0; x < 256; ++x)
+                for (int c = 0; c < 3; ++c)
+                    worst = std::max(worst, std::labs(static_cast<long>(shown[(y * 256 + x) * 4 + c]) -
+                                                      static_cast<long>(GetValue(direct, x, y, c))));
+        EXPECT_LE(worst, 1) << "way " << way;
+        RecordProperty(way ? "worst_linear_to_srgb" : "worst_srgb_to_linear", static_cast<int>(worst));
+    }
+}

@@ -1,0 +1,141 @@
+// The pixel library on a 24 MP photo: copies, curves, resizes and display conversion, each beside a
+// memcpy of the same bytes measured in the same run.
+#include "bench/BenchUtil.h"
+#include "imageprocess/ImageProcess.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+namespace {
+
+using namespace ImageProcess;
+
+// A 6000 x 4000 3-channel photo-like image (smooth ramps plus a little noise), made once per depth.
+const CImageDataInfo& Photo(int depth) {
+    static CImageDataInfo images[2];
+    CImageDataInfo& img = images[depth - 1];
+    if (img.IsValid(true))
+        return img;
+    img.Create(6000, 4000, 3, depth);
+    uint32_t seed = 12345;
+    for (int y = 0; y < img.height; ++y) {
+        unsigned char* row = img.RowPtr(y);
+        for (int x = 0; x < img.width; ++x)
+            for (int c = 0; c < 3; ++c) {
+                seed = seed * 1664525u + 1013904223u;
+                const uint32_t v8 = ((x * (c + 1) / 40 + y / 30) & 0xFF) ^ ((seed >> 29) & 7);
+                if (depth == 1) {
+                    row[x * 3 + c] = static_cast<unsigned char>(v8);
+                } else {
+                    const uint16_t v = static_cast<uint16_t>(v8 * 257 + ((seed >> 16) & 0xFF));
+                    std::memcpy(row + (x * 3 + c) * 2, &v, 2);
+                }
+            }
+    }
+    return img;
+}
+
+std::vector<unsigned short> SCurve() {
+    std::vector<unsigned short> c(65536);
+    for (int i = 0; i < 65536; ++i) {
+        const double t = i / 65535.0;
+        c[i] = static_cast<unsigned short>(65535.0 * (t * t * (3 - 2 * t)) + 0.5);
+    }
+    return c;
+}
+
+size_t ImageBytes(const CImageDataInfo& img) {
+    return static_cast<size_t>(img.width) * img.height * img.PixelBytes();
+}
+
+void BM_CopyImage(benchmark::State& state) {
+    const CImageDataInfo& src = Photo(static_cast<int>(state.range(0)));
+    CImageDataInfo dst;
+    dst.Create(src.width, src.height, src.channels, src.depth);
+    std::memset(dst.data.data(), 0, dst.data.byte_size());
+    for (auto _ : state) {
+        CopyImage(src, dst, 0, 0, 0, 0, src.width, src.height, nullptr);
+        benchmark::ClobberMemory();
+    }
+    kel_bench::ReportThroughput(state, kel_bench::k24MP, ImageBytes(src));
+}
+
+void BM_ApplyCurveToImage(benchmark::State& state) {
+    const CImageDataInfo& src = Photo(static_cast<int>(state.range(0)));
+    const auto curve = SCurve();
+    CImageDataInfo dst;
+    dst.Create(src.width, src.height, src.channels, src.depth);
+    std::memset(dst.data.data(), 0, dst.data.byte_size());
+    for (auto _ : state) {
+        ApplyCurveToImage(dst, src, curve.data(), 0, 0, nullptr);
+        benchmark::ClobberMemory();
+    }
+    kel_bench::ReportThroughput(state, kel_bench::k24MP, ImageBytes(src));
+}
+
+// Arguments: depth, algorithm, divisor of both sides.
+void BM_ResizeImage(benchmark::State& state) {
+    const CImageDataInfo& src = Photo(static_cast<int>(state.range(0)));
+    const auto algorithm = static_cast<RESIZE_ALGORITHM>(state.range(1));
+    const int div = static_cast<int>(state.range(2));
+    CImageDataInfo dst;
+    ResizeImage(src, dst, src.width / div, src.height / div, algorithm, nullptr); // buffer reused below
+    for (auto _ : state) {
+        ResizeImage(src, dst, src.width / div, src.height / div, algorithm, nullptr);
+        benchmark::ClobberMemory();
+    }
+    kel_bench::ReportThroughput(state, kel_bench::k24MP, ImageBytes(src));
+}
+
+// Arguments: width, height, with curve and transform (1) or plain (0). 8-bit source.
+void BM_DisplayConversion(benchmark::State& state) {
+    const CImageDataInfo& src = Photo(1);
+    const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
+    const auto curve = SCurve();
+    std::vector<unsigned char> display(static_cast<size_t>(w) * h * 4, 0);
+    DISPLAY_PARAMS params;
+    if (state.range(2)) {
+        // A real conversion: sRGB to a profile with other tone curves, as to a calibrated screen.
+        params.curve = curve.data();
+        params.transform = ColorProfile::GetTransform(
+            ColorProfile::GetSRGBProfile(), ColorProfile::GetLinearWorkingProfile(),
+            ColorProfile::FORMAT_BGRA_8, ColorProfile::FORMAT_BGRA_8);
+    }
+    const IntRect rect{(src.width - w) / 2, (src.height - h) / 2, w, h};
+    for (auto _ : state) {
+        ConvertImageForDisplay(src, rect, display.data(), w * 4, params);
+        benchmark::ClobberMemory();
+    }
+    kel_bench::ReportThroughput(state, static_cast<long>(w) * h, display.size());
+}
+
+} // namespace
+
+BENCHMARK(BM_CopyImage)->ArgName("depth")->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ApplyCurveToImage)
+    ->ArgName("depth")
+    ->Arg(1)
+    ->Arg(2)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(BM_ResizeImage)
+    ->ArgNames({"depth", "alg", "div"})
+    ->Args({1, 5, 4})
+    ->Args({2, 5, 4})
+    ->Args({1, 5, 10})
+    ->Args({2, 5, 10})
+    ->Args({1, 6, 4})
+    ->Args({2, 6, 4})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(BM_DisplayConversion)
+    ->ArgNames({"w", "h", "managed"})
+    ->Args({1920, 1080, 0})
+    ->Args({1920, 1080, 1})
+    ->Args({3840, 2160, 0})
+    ->Args({3840, 2160, 1})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
