@@ -249,7 +249,8 @@ void CBaseWnd::OnTimer(uintptr_t) {}
 CBaseWnd* CBaseWnd::SetCapture() {
     CBaseWnd* previous = g_capture;
     g_capture = this;
-    if (isVisible())
+    // The offscreen platform has no pointer to grab.
+    if (isVisible() && QGuiApplication::platformName() != QLatin1String("offscreen"))
         grabMouse();
     if (previous && previous != this)
         previous->OnCaptureChanged(this);
