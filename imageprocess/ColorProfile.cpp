@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -240,6 +241,84 @@ const uint16_t* detail::DisplayLut(const void* transform) {
         }
     });
     return t->m_lut.empty() ? nullptr : t->m_lut.data();
+}
+
+namespace {
+
+// Colorant matrix of a matrix-shaper profile: columns are the red, green, blue colorants (PCS XYZ),
+// rows X, Y, Z; the columns are stored in B, G, R order to match the pixels.
+bool ColorantMatrix(cmsHPROFILE h, double m[3][3]) {
+    const cmsTagSignature tags[3] = {cmsSigBlueColorantTag, cmsSigGreenColorantTag, cmsSigRedColorantTag};
+    for (int c = 0; c < 3; ++c) {
+        const auto* xyz = static_cast<const cmsCIEXYZ*>(cmsReadTag(h, tags[c]));
+        if (!xyz)
+            return false;
+        m[0][c] = xyz->X;
+        m[1][c] = xyz->Y;
+        m[2][c] = xyz->Z;
+    }
+    return true;
+}
+
+bool Invert3(const double a[3][3], double r[3][3]) {
+    const double det = a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) -
+                       a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
+                       a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
+    if (std::fabs(det) < 1e-12)
+        return false;
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) {
+            const int i1 = (j + 1) % 3, i2 = (j + 2) % 3, j1 = (i + 1) % 3, j2 = (i + 2) % 3;
+            r[i][j] = (a[i1][j1] * a[i2][j2] - a[i1][j2] * a[i2][j1]) / det;
+        }
+    return true;
+}
+
+bool IsMatrixShaperRGB(cmsHPROFILE h) {
+    return h && cmsGetColorSpace(h) == cmsSigRgbData && cmsIsMatrixShaper(h);
+}
+
+} // namespace
+
+const detail::DisplayShaper* detail::DisplayShaperOf(const void* transform) {
+    if (!transform)
+        return nullptr;
+    const auto* t = static_cast<const ColorProfile::TRANSFORM*>(transform);
+    std::call_once(t->m_shaperOnce, [t] {
+        ProfileHandle a(t->m_from), b(t->m_to);
+        double ma[3][3], mb[3][3], inv[3][3];
+        if (!IsMatrixShaperRGB(a.h) || !IsMatrixShaperRGB(b.h) || !ColorantMatrix(a.h, ma) ||
+            !ColorantMatrix(b.h, mb) || !Invert3(mb, inv))
+            return;
+        const cmsTagSignature trc[3] = {cmsSigBlueTRCTag, cmsSigGreenTRCTag, cmsSigRedTRCTag};
+        auto shaper = std::make_unique<DisplayShaper>();
+        for (int c = 0; c < 3; ++c) {
+            const auto* in = static_cast<const cmsToneCurve*>(cmsReadTag(a.h, trc[c]));
+            const auto* out = static_cast<const cmsToneCurve*>(cmsReadTag(b.h, trc[c]));
+            if (!in || !out)
+                return;
+            cmsToneCurve* reverse = cmsReverseToneCurveEx(4096, out);
+            if (!reverse)
+                return;
+            for (int v = 0; v < 256; ++v)
+                shaper->in[c][v] = cmsEvalToneCurveFloat(in, static_cast<float>(v / 255.0));
+            for (int i = 0; i <= DisplayShaper::kOutSize; ++i) {
+                const float e =
+                    cmsEvalToneCurveFloat(reverse, static_cast<float>(i) / DisplayShaper::kOutSize);
+                shaper->out[c][i] = static_cast<uint8_t>(std::clamp(e * 255.0f + 0.5f, 0.0f, 255.0f));
+            }
+            cmsFreeToneCurve(reverse);
+        }
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j) {
+                double v = 0;
+                for (int k = 0; k < 3; ++k)
+                    v += inv[i][k] * ma[k][j];
+                shaper->matrix[i][j] = static_cast<float>(v);
+            }
+        t->m_shaper = std::move(shaper);
+    });
+    return t->m_shaper.get();
 }
 
 // ---- Well-known profiles -----------------------------------------------------------------------

@@ -32,6 +32,16 @@ inline double DisplayLutGrid(int i) {
 // (B, G, R, unused), index (r * side + g) * side + b; built once per transform. Null when the
 // profiles cannot be sampled.
 const uint16_t* DisplayLut(const void* transform);
+// Between two matrix-shaper RGB profiles a transform is three tone curves, a 3 x 3 matrix and three
+// inverse curves: far cheaper per pixel than any table.
+struct DisplayShaper {
+    static constexpr int kOutSize = 16384;
+    float in[3][256];             // 8-bit B, G, R value -> linear
+    float matrix[3][3];           // linear B, G, R in -> linear B, G, R out
+    uint8_t out[3][kOutSize + 1]; // linear * kOutSize -> 8-bit value
+};
+// Null when either profile is not matrix-shaper RGB. Built once per transform.
+const DisplayShaper* DisplayShaperOf(const void* transform);
 } // namespace detail
 
 class ColorProfile {
@@ -86,6 +96,7 @@ public:
         friend void* detail::TransformHandle(const void* transform);
         friend void* detail::DisplayTransformHandle(const void* transform);
         friend const uint16_t* detail::DisplayLut(const void* transform);
+        friend const detail::DisplayShaper* detail::DisplayShaperOf(const void* transform);
         TRANSFORM() = default;
         Profile m_from, m_to;
         FORMAT m_input = FORMAT_NONE, m_output = FORMAT_NONE;
@@ -95,6 +106,8 @@ public:
         mutable std::atomic<const TRANSFORM*> m_display{nullptr};
         mutable std::once_flag m_lutOnce;
         mutable std::vector<uint16_t> m_lut;
+        mutable std::once_flag m_shaperOnce;
+        mutable std::unique_ptr<detail::DisplayShaper> m_shaper;
     };
 
     static const Profile& GetSRGBProfile();

@@ -138,29 +138,30 @@ void ApplyDisplayLut(uint8_t* __restrict px, int width, const uint16_t* __restri
     static const LutAxis axis;
     constexpr int n = detail::kDisplayLutSide;
     constexpr int sb = 4, sg = 4 * n, sr = 4 * n * n; // steps in the table, in uint16 values
+    static constexpr int kStep[3] = {sb, sg, sr};
+    // Axes (0 blue, 1 green, 2 red) by falling fraction, for each outcome of r>=g, g>=b, r>=b. The
+    // two impossible outcomes map to any order: their fractions are then equal.
+    static constexpr uint8_t kOrder[8][3] = {
+        {0, 1, 2}, // r < g, g < b, r < b: b > g > r
+        {0, 1, 2}, // cannot happen
+        {1, 0, 2}, // r < g, g >= b, r < b: g >= b > r
+        {1, 2, 0}, // r < g, g >= b, r >= b: g > r >= b
+        {0, 2, 1}, // r >= g, g < b, r < b: b > r >= g
+        {2, 0, 1}, // r >= g, g < b, r >= b: r >= b > g
+        {2, 1, 0}, // cannot happen
+        {2, 1, 0}, // r >= g >= b
+    };
     for (int x = 0; x < width; ++x) {
         uint8_t* p = px + 4 * x;
         const int fb = axis.frac[p[0]], fg = axis.frac[p[1]], fr = axis.frac[p[2]];
         const uint16_t* c0 = lut + axis.cell[p[2]] * sr + axis.cell[p[1]] * sg + axis.cell[p[0]] * sb;
         // The tetrahedron holding the point: walk the axes from the largest fraction to the smallest.
-        int f1, f2, f3, s1, s2;
-        if (fr >= fg) {
-            if (fg >= fb) {
-                f1 = fr, f2 = fg, f3 = fb, s1 = sr, s2 = sr + sg;
-            } else if (fr >= fb) {
-                f1 = fr, f2 = fb, f3 = fg, s1 = sr, s2 = sr + sb;
-            } else {
-                f1 = fb, f2 = fr, f3 = fg, s1 = sb, s2 = sb + sr;
-            }
-        } else {
-            if (fr >= fb) {
-                f1 = fg, f2 = fr, f3 = fb, s1 = sg, s2 = sg + sr;
-            } else if (fg >= fb) {
-                f1 = fg, f2 = fb, f3 = fr, s1 = sg, s2 = sg + sb;
-            } else {
-                f1 = fb, f2 = fg, f3 = fr, s1 = sb, s2 = sb + sg;
-            }
-        }
+        // Chosen by table rather than branches, which noisy images would mispredict.
+        const int f[3] = {fb, fg, fr};
+        const int order = (fr >= fg) << 2 | (fg >= fb) << 1 | (fr >= fb);
+        const uint8_t* o = kOrder[order];
+        const int f1 = f[o[0]], f2 = f[o[1]], f3 = f[o[2]];
+        const int s1 = kStep[o[0]], s2 = s1 + kStep[o[1]];
         const uint16_t* c1 = c0 + s1;
         const uint16_t* c2 = c0 + s2;
         const uint16_t* c3 = c0 + sr + sg + sb;
@@ -173,6 +174,20 @@ void ApplyDisplayLut(uint8_t* __restrict px, int width, const uint16_t* __restri
     }
 }
 
+// Curves, matrix, inverse curves, in place on B, G, R, A rows.
+void ApplyDisplayShaper(uint8_t* __restrict px, int width, const detail::DisplayShaper& sh) {
+    constexpr float scale = detail::DisplayShaper::kOutSize;
+    for (int x = 0; x < width; ++x) {
+        uint8_t* p = px + 4 * x;
+        const float l[3] = {sh.in[0][p[0]], sh.in[1][p[1]], sh.in[2][p[2]]};
+        for (int c = 0; c < 3; ++c) {
+            const float v = sh.matrix[c][0] * l[0] + sh.matrix[c][1] * l[1] + sh.matrix[c][2] * l[2];
+            const float k = std::min(std::max(v * scale + 0.5f, 0.0f), scale);
+            p[c] = sh.out[c][static_cast<int>(k)];
+        }
+    }
+}
+
 } // namespace
 
 void DisplayRowFunc(const PROCESS_ROW& row) {
@@ -181,8 +196,9 @@ void DisplayRowFunc(const PROCESS_ROW& row) {
     if (row.dstChannels != 4 || row.dstDepth != 1 || row.width < 1)
         return;
     thread_local std::vector<uint8_t> scratch, marks;
-    const uint16_t* lut = p.transform ? detail::DisplayLut(p.transform) : nullptr;
-    void* handle = p.transform && !lut ? detail::DisplayTransformHandle(p.transform) : nullptr;
+    const detail::DisplayShaper* shaper = p.transform ? detail::DisplayShaperOf(p.transform) : nullptr;
+    const uint16_t* lut = p.transform && !shaper ? detail::DisplayLut(p.transform) : nullptr;
+    void* handle = p.transform && !lut && !shaper ? detail::DisplayTransformHandle(p.transform) : nullptr;
     const bool mark = (p.clipping & (CLIPPING_SHADOW | CLIPPING_HIGHLIGHT)) != 0;
     if (mark && marks.size() < static_cast<size_t>(row.width))
         marks.resize(row.width);
@@ -193,7 +209,9 @@ void DisplayRowFunc(const PROCESS_ROW& row) {
         out = scratch.data();
     }
     ConvertRow(row, p, out, mark ? marks.data() : nullptr);
-    if (lut)
+    if (shaper)
+        ApplyDisplayShaper(row.dst, row.width, *shaper);
+    else if (lut)
         ApplyDisplayLut(row.dst, row.width, lut);
     else if (handle)
         cmsDoTransform(static_cast<cmsHTRANSFORM>(handle), out, row.dst,

@@ -142,7 +142,8 @@ TEST(ColorProfile, TransformImageBadInputWritesNothing) {
 }
 
 TEST(ColorProfile, DisplayTableFollowsTheEngineWithinOneLevel) {
-    // Both directions between gamma-encoded and linear data: the steepest curves a screen meets.
+    // Both directions between gamma-encoded and linear data: the steepest curves a screen meets. These
+    // profiles are matrix-shaper, so this checks the curve-matrix-curve fast path against the engine.
     const auto& s = CP::GetSRGBProfile();
     const auto& lin = CP::GetLinearWorkingProfile();
     CImageDataInfo img;
