@@ -1,14 +1,15 @@
 #include "app/CWorkingFolders.h"
 
+#include "app/CrashHandler.h"
 #include "common/AppFolders.h"
 #include "common/AtomicFileWrite.h"
 #include "common/CXmlSettingsFile.h"
 #include "common/DebugTrace.h"
+#include "common/FileUtil.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QRandomGenerator>
 #include <QStandardPaths>
 
 namespace KELCTRL {
@@ -56,12 +57,7 @@ QString CWorkingFolders::ResolveWorkingFolder(const QString& appName, const ENVI
 }
 
 QString CWorkingFolders::NewTempFileName(const QString& folder, const QString& extension) {
-    for (;;) {
-        const QString name = QString::number(QRandomGenerator::global()->bounded(1u << 30)) + extension;
-        const QString path = Join(folder, name);
-        if (!QFileInfo::exists(path))
-            return path;
-    }
+    return QString::fromStdString(MakeTempFileName(folder.toStdString(), extension.toStdString()).string());
 }
 
 void CWorkingFolders::CreateFolder(const QString& path) {
@@ -107,6 +103,8 @@ int CWorkingFolders::InitWorkingFolders(const ENVIRONMENT& env, int makeCurrent)
     m_iconFolder = Join(m_workingFolder, QStringLiteral("icon"));
     m_helpFolder = Join(m_workingFolder, QStringLiteral("help"));
     m_crashDumpPath = Join(m_appDataFolder, QStringLiteral("crash.dmp"));
+    // From here on a crash leaves its record in the data folder.
+    SetCrashDumpPath(m_crashDumpPath.toUtf8().constData());
     m_settingsFilePath = Join(m_appDataFolder, QStringLiteral("settings.xml"));
     m_appInfoFilePath = Join(m_appDataFolder, QStringLiteral("appinfo.xml"));
     m_styleFilePath = Join(m_workingFolder, QStringLiteral("style.xml"));

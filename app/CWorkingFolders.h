@@ -25,10 +25,10 @@ public:
     virtual ~CWorkingFolders() = default;
 
     // Builds every path in order, creates the data, temporary and cache folders, publishes the
-    // temporary folder (SetTempFolder), and copies a settings.xml of an old installation from the
-    // working folder when the data folder has none. With makeCurrent the working folder becomes the
-    // current directory. Returns 1 when every folder to be created exists; failures are listed in
-    // Errors() and the run goes on with the paths as built.
+    // temporary folder (SetTempFolder) and the crash record's path (SetCrashDumpPath), and copies a
+    // settings.xml of an old installation from the working folder when the data folder has none. With
+    // makeCurrent the working folder becomes the current directory. Returns 1 when every folder to be created
+    // exists; failures are listed in Errors() and the run goes on with the paths as built.
     int InitWorkingFolders(const ENVIRONMENT& env, int makeCurrent = 1);
 
     const QString& GetAppName() const { return m_appName; }

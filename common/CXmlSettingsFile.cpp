@@ -2,6 +2,7 @@
 
 #include "common/AtomicFileWrite.h"
 
+#include <cstdint>
 #include <cstring>
 #include <tinyxml.h>
 
@@ -36,15 +37,68 @@ int XmlNestingBound(std::string_view text) {
     return deepest;
 }
 
+namespace {
+
+// Length of the valid UTF-8 sequence at text[i], or 0 when it is broken, overlong or a surrogate.
+size_t Utf8SequenceLength(std::string_view text, size_t i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c < 0x80)
+        return 1;
+    size_t extra = 0;
+    uint32_t cp = 0;
+    if ((c & 0xE0) == 0xC0)
+        extra = 1, cp = c & 0x1F;
+    else if ((c & 0xF0) == 0xE0)
+        extra = 2, cp = c & 0x0F;
+    else if ((c & 0xF8) == 0xF0)
+        extra = 3, cp = c & 0x07;
+    else
+        return 0;
+    if (i + extra >= text.size())
+        return 0;
+    for (size_t k = 1; k <= extra; ++k) {
+        const auto b = static_cast<unsigned char>(text[i + k]);
+        if ((b & 0xC0) != 0x80)
+            return 0;
+        cp = (cp << 6) | (b & 0x3F);
+    }
+    static const uint32_t kMin[] = {0, 0x80, 0x800, 0x10000};
+    if (cp < kMin[extra] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF))
+        return 0;
+    return extra + 1;
+}
+
+// TinyXML steps over a multi-byte sequence by its lead byte alone, so a broken sequence at the end
+// would carry it past the terminating NUL. Every byte that is not part of valid UTF-8 becomes '?':
+// a file from an old edition in a legacy code page still reads, with those letters lost.
+std::string RepairedUtf8(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (size_t i = 0; i < text.size();) {
+        const size_t n = Utf8SequenceLength(text, i);
+        if (n == 0) {
+            out.push_back('?');
+            ++i;
+        } else {
+            out.append(text.substr(i, n));
+            i += n;
+        }
+    }
+    return out;
+}
+
+} // namespace
+
 int CXmlSettingsFile::Parse(std::string_view text, const char* rootName) {
     m_impl->doc = TiXmlDocument();
     m_error.clear();
+    // TinyXML wants a terminated string; an embedded NUL ends the text, as it would in a file reader.
+    text = text.substr(0, text.empty() ? 0 : strnlen(text.data(), text.size()));
     if (XmlNestingBound(text) > kMaxDepth) {
         m_error = "XML nested too deeply";
         return 0;
     }
-    // TinyXML wants a terminated string; an embedded NUL ends the text, as it would in a file reader.
-    const std::string copy(text.data(), strnlen(text.data(), text.size()));
+    const std::string copy = RepairedUtf8(text);
     TiXmlDocument doc;
     doc.Parse(copy.c_str(), nullptr, TIXML_ENCODING_UTF8);
     if (doc.Error()) {

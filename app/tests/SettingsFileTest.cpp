@@ -94,6 +94,7 @@ TEST_F(SettingsFile, DamagedFilesGiveDefaultsAndNoPartialValues) {
         {"truncated", good.substr(0, good.size() / 2)},
         {"not xml", "this is not XML at all { }"},
         {"binary", std::string("\0\x01\x02\xFF\xFE", 5)},
+        {"broken UTF-8 at the end", "<settings><start_times>4</start_times><a>\xC3"},
         {"other root", "<preferences><start_times>41</start_times></preferences>"},
         {"empty", ""},
         {"nested too deep", std::string("<settings>") + std::string(100000, '<') + "a>"},
@@ -118,6 +119,14 @@ TEST_F(SettingsFile, DamagedFilesGiveDefaultsAndNoPartialValues) {
         EXPECT_EQ(given, nullptr);
         EXPECT_FALSE(fresh.LastError().isEmpty());
     }
+}
+
+TEST_F(SettingsFile, LegacyCodePageTextStillReadsWithItsLettersReplaced) {
+    WriteText(path, "<settings><start_times>4</start_times><disabled_push>caf\xE9 \xC3</disabled_push>"
+                    "</settings>");
+    EXPECT_EQ(Read(), 1);
+    EXPECT_EQ(settings.StartTimes(), 5);
+    EXPECT_EQ(settings.Values().disabledPush, "caf? ?");
 }
 
 TEST_F(SettingsFile, UnreadableFileGivesDefaults) {

@@ -1,6 +1,7 @@
 // Guards against files in the wrong place: a working folder that ignores the override or the installed
 // layout, folders not created, an old installation's settings not carried over or copied over newer ones.
 #include "app/CWorkingFolders.h"
+#include "app/CrashHandler.h"
 #include "common/AppFolders.h"
 
 #include <QDir>
@@ -65,6 +66,8 @@ TEST_F(WorkingFolders, EveryPathIsBuiltAndTheUserFoldersExist) {
     EXPECT_EQ(f.GetPicturesFolder(), root + "/Pictures");
     for (const QString& folder : {data, data + "/temp", data + "/cache"})
         EXPECT_TRUE(QFileInfo(folder).isDir()) << folder.toStdString();
+    // A crash from now on writes its record into the data folder.
+    EXPECT_EQ(QString::fromUtf8(GetCrashDumpPath()), data + "/crash.dmp");
     // Code without the application object finds the temporary folder.
     EXPECT_EQ(QString::fromStdString(GetTempFolder().string()), data + "/temp");
     // The scratch file is a free .tmp name in the temporary folder.
