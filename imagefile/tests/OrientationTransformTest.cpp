@@ -39,11 +39,15 @@ int Inverse(int mode) {
     return -1;
 }
 
-// The bytes from the first start-of-scan marker to the end: the entropy-coded DCT data.
+// The entropy-coded DCT data: from the start-of-scan marker of the main image to the end, found by walking
+// the segments (an embedded thumbnail has its own scan inside a segment).
 std::vector<unsigned char> ScanData(const std::vector<unsigned char>& jpeg) {
-    for (size_t i = 2; i + 1 < jpeg.size(); ++i)
-        if (jpeg[i] == 0xFF && jpeg[i + 1] == 0xDA)
+    size_t i = 2;
+    while (i + 4 <= jpeg.size() && jpeg[i] == 0xFF) {
+        if (jpeg[i + 1] == 0xDA)
             return std::vector<unsigned char>(jpeg.begin() + static_cast<long>(i), jpeg.end());
+        i += 2 + ((static_cast<size_t>(jpeg[i + 2]) << 8) | jpeg[i + 3]);
+    }
     return {};
 }
 
