@@ -2,6 +2,7 @@
 // localization::dictionary: every user-visible text of the process, looked up by key. Filled from
 // plain ".lc" files: UTF-16 little-endian text, one "key@value" per line. Values are stored as UTF-8.
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <map>
