@@ -23,15 +23,31 @@ struct TjDeleter {
 };
 using TjHandle = std::unique_ptr<void, TjDeleter>;
 
-// Handles are reused per thread: creating one costs more than a small thumbnail decode.
-tjhandle Decompressor() {
+// Handles are reused per thread: creating one costs more than a small thumbnail decode. After a
+// failure the handle is replaced, so that no state of a damaged stream reaches the next call.
+TjHandle& DecompressorSlot() {
     thread_local TjHandle handle(tjInitDecompress());
-    return handle.get();
+    return handle;
+}
+tjhandle Decompressor() {
+    return DecompressorSlot().get();
+}
+void ResetDecompressor() {
+    DecompressorSlot().reset(tjInitDecompress());
 }
 tjhandle Compressor() {
     thread_local TjHandle handle(tjInitCompress());
     return handle.get();
 }
+
+// Runs a decoding step and replaces the handle when it failed.
+struct DecompressGuard {
+    int* rc;
+    ~DecompressGuard() {
+        if (*rc != 0)
+            ResetDecompressor();
+    }
+};
 
 struct JpegMarkers {
     Bytes icc;
@@ -87,11 +103,12 @@ JpegMarkers ReadMarkers(const unsigned char* d, size_t n) {
     return m;
 }
 
-// A truncated stream is only a warning to libjpeg; here it is damaged data.
+// libjpeg reports damaged entropy data only as warnings. Stray bytes between segments are common in
+// camera files and harmless; every other warning means the picture is damaged.
 int ClassifyTjFailure(tjhandle h) {
     if (tjGetErrorCode(h) == TJERR_WARNING) {
         const char* msg = tjGetErrorStr2(h);
-        if (msg && std::strstr(msg, "remature end") == nullptr)
+        if (msg && std::strstr(msg, "extraneous bytes before marker") != nullptr)
             return ERR_OK;
     }
     return ERR_CORRUPT_DATA;
@@ -114,7 +131,7 @@ void CmykToBgr(const unsigned char* cmyk, unsigned char* bgr, int width, bool in
 
 } // namespace
 
-int JpegReadInfo(const unsigned char* data, size_t size, FILEINFO& info) {
+static int JpegReadInfoImpl(const unsigned char* data, size_t size, FILEINFO& info) {
     tjhandle h = Decompressor();
     if (!h)
         return ERR_OUT_OF_MEMORY;
@@ -136,7 +153,7 @@ int JpegReadInfo(const unsigned char* data, size_t size, FILEINFO& info) {
     return CheckImageSize(w, ht);
 }
 
-int JpegDecode(const unsigned char* data, size_t size, CImageDataInfo& image, int scaleDenom) {
+static int JpegDecodeImpl(const unsigned char* data, size_t size, CImageDataInfo& image, int scaleDenom) {
     tjhandle h = Decompressor();
     if (!h)
         return ERR_OUT_OF_MEMORY;
@@ -185,6 +202,20 @@ int JpegDecode(const unsigned char* data, size_t size, CImageDataInfo& image, in
         }
     }
     return ERR_OK;
+}
+
+int JpegReadInfo(const unsigned char* data, size_t size, FILEINFO& info) {
+    int rc = ERR_OK;
+    DecompressGuard guard{&rc};
+    rc = JpegReadInfoImpl(data, size, info);
+    return rc;
+}
+
+int JpegDecode(const unsigned char* data, size_t size, CImageDataInfo& image, int scaleDenom) {
+    int rc = ERR_OK;
+    DecompressGuard guard{&rc};
+    rc = JpegDecodeImpl(data, size, image, scaleDenom);
+    return rc;
 }
 
 int JpegEncode(const CImageDataInfo& input, const SAVEFILE_OPTIONS& options, const Bytes& icc, Bytes& out) {
@@ -293,6 +324,7 @@ int JpegTransform(const unsigned char* data, size_t size, int mode, bool trim, B
         const int rc = ClassifyTjFailure(h);
         if (rc != ERR_OK || !buf || len == 0) {
             tjFree(buf);
+            handle.reset(tjInitTransform());
             return rc == ERR_OK ? ERR_CORRUPT_DATA : rc;
         }
     }

@@ -57,7 +57,8 @@ bool OpenRead(ReadState& s, const unsigned char* data, size_t size) {
         return false;
     s.reader = MemReader{data, size, 0};
     png_set_read_fn(s.png, &s.reader, ReadFn);
-    png_set_user_limits(s.png, MAX_IMAGE_SIDE, MAX_IMAGE_SIDE);
+    // Our own size check gives the clearer error; libpng's limit only keeps absurd values out.
+    png_set_user_limits(s.png, 0x7fffffff, 0x7fffffff);
     // A profile chunk larger than this is not a profile.
     png_set_chunk_malloc_max(s.png, 64u << 20);
     return true;
@@ -172,7 +173,20 @@ int WriteAll(WriteState& s, const CImageDataInfo& img, const SAVEFILE_OPTIONS& o
 
 } // namespace
 
+// The size from the header chunk, checked before libpng reads on: a huge image is refused as such
+// even when the rest of the file is missing.
+int CheckHeaderSize(const unsigned char* d, size_t n) {
+    if (n < 24 || std::memcmp(d + 12, "IHDR", 4) != 0)
+        return ERR_CORRUPT_DATA;
+    auto be32 = [](const unsigned char* p) {
+        return (static_cast<uint32_t>(p[0]) << 24) | (p[1] << 16) | (p[2] << 8) | p[3];
+    };
+    return CheckImageSize(be32(d + 16), be32(d + 20));
+}
+
 int PngReadInfo(const unsigned char* data, size_t size, FILEINFO& info) {
+    if (const int rc = CheckHeaderSize(data, size); rc != ERR_OK)
+        return rc;
     ReadState s;
     int rc = OpenRead(s, data, size) ? ReadHeader(s, info) : ERR_OUT_OF_MEMORY;
     CloseRead(s);
@@ -180,6 +194,8 @@ int PngReadInfo(const unsigned char* data, size_t size, FILEINFO& info) {
 }
 
 int PngDecode(const unsigned char* data, size_t size, CImageDataInfo& image) {
+    if (const int rc = CheckHeaderSize(data, size); rc != ERR_OK)
+        return rc;
     ReadState s;
     FILEINFO info;
     int rc = OpenRead(s, data, size) ? ReadHeader(s, info) : ERR_OUT_OF_MEMORY;
