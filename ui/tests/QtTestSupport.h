@@ -1,5 +1,5 @@
 #pragma once
-// One QApplication for the whole test program, real Qt events sent to widgets, and a bounded wait
+// The one QApplication of the test program, real Qt events sent to widgets, and a bounded wait
 // for timers and posted events.
 #include <QApplication>
 #include <QElapsedTimer>
@@ -12,7 +12,10 @@
 
 namespace kel_qt_test {
 
+// The program's QApplication: the shared test main makes one; a program without it gets one here.
 inline QApplication& App() {
+    if (auto* existing = qobject_cast<QApplication*>(QCoreApplication::instance()))
+        return *existing;
     static int argc = 1;
     static char name[] = "kel_tests";
     static char* argv[] = {name, nullptr};
