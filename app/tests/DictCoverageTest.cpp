@@ -36,14 +36,14 @@ void CollectKeys(const std::string& text, std::set<std::string>& keys) {
     }
 }
 
-// Keys used by the code of every module; tests and fuzz targets invent keys of their own.
+// Keys used by the code of every module; tests, benchmarks and fuzz targets invent keys of their own.
 std::set<std::string> KeysUsedInCode(const fs::path& root) {
     std::set<std::string> keys;
     for (auto it = fs::recursive_directory_iterator(root); it != fs::recursive_directory_iterator(); ++it) {
         const std::string name = it->path().filename().string();
         if (it->is_directory()) {
             if (name.rfind("build", 0) == 0 || name[0] == '.' || name == "tests" || name == "fuzz" ||
-                name == "resources" || name == "out")
+                name == "bench" || name == "resources" || name == "out")
                 it.disable_recursion_pending();
             continue;
         }
