@@ -1,7 +1,12 @@
 #include "app/CImageResources.h"
 
+#include "common/AtomicFileWrite.h"
+
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+
+#include <cstring>
 
 namespace KELCTRL {
 namespace {
@@ -37,6 +42,39 @@ QImage LoadImageFromResData(const IMAGE_RES_SOURCE& source, const QString& resou
     if (source.fileFolder.isEmpty())
         return QImage();
     return ReadImage(QDir(source.fileFolder).filePath(file));
+}
+
+int LoadImageFromResource(CImageDataInfo& image, const IMAGE_RES_SOURCE& source,
+                          const QString& resourceName) {
+    const QImage loaded = LoadImageFromResData(source, resourceName);
+    if (loaded.isNull())
+        return 0;
+    // ARGB32 is B, G, R, A in memory on little-endian machines: the record's channel order.
+    const QImage argb = loaded.convertToFormat(QImage::Format_ARGB32);
+    CImageDataInfo record;
+    if (!record.Create(argb.width(), argb.height(), 4, 1))
+        return 0;
+    for (int y = 0; y < argb.height(); ++y)
+        std::memcpy(record.RowPtr(y), argb.constScanLine(y), size_t(argb.width()) * 4);
+    image = record;
+    return 1;
+}
+
+int ResDataToFile(const IMAGE_RES_SOURCE& source, const QString& name, const QString& path) {
+    QStringList candidates;
+    if (!source.qrcFolder.isEmpty())
+        candidates << source.qrcFolder + QLatin1Char('/') + name;
+    if (!source.fileFolder.isEmpty())
+        candidates << QDir(source.fileFolder).filePath(name);
+    for (const QString& candidate : candidates) {
+        QFile file(candidate);
+        if (!QFileInfo(candidate).isFile() || !file.open(QIODevice::ReadOnly))
+            continue;
+        const QByteArray bytes = file.readAll();
+        return WriteFileAtomically(path.toStdString(),
+                                   std::string_view(bytes.constData(), size_t(bytes.size())));
+    }
+    return 0;
 }
 
 CDpiAwareImage* GetDpiAwareImage(DPI_IMAGE_MAP& map, const IMAGE_RES_SOURCE& source, const QString& name) {

@@ -4,6 +4,7 @@
 // lower case: first as the Qt resource ":/<type>/<that>.png", then as the file "<folder>/<that>.png"
 // (folder: the working folder's skin/ or icon/). For example "skin_browser_back[144].png".
 #include "app/CDpiAwareImage.h"
+#include "common/CImageDataInfo.h"
 
 #include <QImage>
 #include <QString>
@@ -27,6 +28,12 @@ struct IMAGE_RES_SOURCE {
 
 // One named image: the Qt resource first, then the file. Null when neither exists or decodes.
 QImage LoadImageFromResData(const IMAGE_RES_SOURCE& source, const QString& resourceName);
+// The same image as a 4-channel, 8-bit record (B, G, R, A, top-down) for the pixel library. Returns 1
+// on success; 0 leaves image untouched.
+int LoadImageFromResource(CImageDataInfo& image, const IMAGE_RES_SOURCE& source, const QString& resourceName);
+// Copies the bytes of a named resource file ("<name>" as given, extension included) to path,
+// atomically. Returns 0 when the resource does not exist or the write fails.
+int ResDataToFile(const IMAGE_RES_SOURCE& source, const QString& name, const QString& path);
 // The image set for name in map, made on a miss from every dpi found, and kept in the map even when
 // it stays empty so that a missing image is looked for only once.
 CDpiAwareImage* GetDpiAwareImage(DPI_IMAGE_MAP& map, const IMAGE_RES_SOURCE& source, const QString& name);

@@ -4,6 +4,8 @@
 #include "app/DllCursor.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -134,4 +136,31 @@ TEST_F(ImageResources, CursorsUseTheSkinImageOrAStandardShape) {
     const QCursor drawn = LoadDllCursor(CURSOR_GRABBING, 96);
     EXPECT_EQ(drawn.shape(), Qt::BitmapCursor);
     EXPECT_EQ(drawn.hotSpot(), QPoint(16, 16));
+}
+
+TEST_F(ImageResources, ResourceAsPixelRecordAndAsFile) {
+    QImage image = Solid(3, 2, 0xFF102030);
+    image.setPixel(2, 1, 0x80405060);
+    Save(skin, "skin_probe[96].png", image);
+    const IMAGE_RES_SOURCE source{QString(), skin, "skin_"};
+    CImageDataInfo record;
+    ASSERT_EQ(LoadImageFromResource(record, source, "skin_probe[96]"), 1);
+    EXPECT_EQ(record.width, 3);
+    EXPECT_EQ(record.channels, 4);
+    const unsigned char* first = record.RowPtr(0);
+    EXPECT_EQ(first[0], 0x30); // blue first
+    EXPECT_EQ(first[2], 0x10);
+    EXPECT_EQ(first[3], 0xFF);
+    EXPECT_EQ(record.RowPtr(1)[2 * 4 + 3], 0x80); // alpha kept, rows top-down
+    CImageDataInfo untouched;
+    EXPECT_EQ(LoadImageFromResource(untouched, source, "skin_absent[96]"), 0);
+    EXPECT_EQ(untouched.width, 0);
+
+    const QString copy = dir.path() + "/copy.png";
+    ASSERT_EQ(ResDataToFile(source, "skin_probe[96].png", copy), 1);
+    QFile a(skin + "/skin_probe[96].png"), b(copy);
+    ASSERT_TRUE(a.open(QIODevice::ReadOnly) && b.open(QIODevice::ReadOnly));
+    EXPECT_EQ(a.readAll(), b.readAll());
+    EXPECT_EQ(ResDataToFile(source, "absent.png", dir.path() + "/none.png"), 0);
+    EXPECT_FALSE(QFileInfo::exists(dir.path() + "/none.png"));
 }
