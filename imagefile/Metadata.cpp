@@ -24,7 +24,7 @@ void XmpLock(void*, bool lock) {
         g_xmpMutex.unlock();
 }
 
-Exiv2::Image::AutoPtr OpenImage(const unsigned char* data, size_t size) {
+auto OpenImage(const unsigned char* data, size_t size) {
     InitMetadataLibrary();
     auto image =
         Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte*>(data), static_cast<long>(size));
@@ -244,7 +244,7 @@ void ApplyText(Exiv2::Image& image, int position, const TextModify& mod) {
     }
     if (mod.IsKeywordList()) {
         const std::vector<std::string> words = mod.GetKeywords();
-        Exiv2::Value::AutoPtr bag = Exiv2::Value::create(Exiv2::xmpBag);
+        auto bag = Exiv2::Value::create(Exiv2::xmpBag);
         for (const std::string& w : words) {
             Exiv2::StringValue v(w);
             iptc.add(Exiv2::IptcKey(k.iptc), &v);
