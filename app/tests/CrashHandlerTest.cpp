@@ -37,12 +37,14 @@ volatile int g_zero = 0;
 
 // The faults must reach the signal handler, not the undefined-behaviour checker of a sanitizer build.
 __attribute__((no_sanitize("undefined"), noinline)) void NullStore() {
-    volatile int* p = nullptr;
+    // The pointer itself is volatile, so the optimiser cannot see that it is null and drop the store.
+    volatile int* volatile p = nullptr;
     *p = 1;
 }
-__attribute__((no_sanitize("undefined"), noinline)) int DivideByZero() {
+volatile int g_quotient = 0;
+__attribute__((no_sanitize("undefined"), noinline)) void DivideByZero() {
     volatile int a = 1;
-    return a / g_zero;
+    g_quotient = a / g_zero; // stored, so the division cannot be dropped
 }
 
 struct CrashResult {

@@ -7,6 +7,9 @@
 #include <clocale>
 
 int main(int argc, char** argv) {
+    // CTest lists the tests by running the program before it sets the environment of the test.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     ::testing::InitGoogleTest(&argc, argv);
     QApplication app(argc, argv);
     std::setlocale(LC_NUMERIC, "C"); // numbers in files always use the point
