@@ -1,0 +1,361 @@
+// Guards against a changed start-up or shut-down order, settings saved without having been read,
+// folders wiped by an instance that does not own them, a second instance that starts instead of
+// handing over its command line, and command lines split wrongly.
+#include "app/CPhotoEditorApp.h"
+#include "app/CAppEventFilter.h"
+#include "app/CSingleInstance.h"
+#include "app/CWebChecks.h"
+#include "app/CrashHandler.h"
+#include "ui/WinDefs.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QWidget>
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+using namespace KELCTRL;
+
+namespace {
+
+// A product that records every overridable step it is asked to run.
+class TestProduct : public CPhotoEditorApp {
+public:
+    explicit TestProduct(const QString& dataHome, bool readSettings = true,
+                         const QString& appName = "KelTestApp")
+        : CPhotoEditorApp("Kel", appName, "", "1.2.3", 0x01020300, "key", 1, 0),
+          m_readSettings(readSettings) {
+        CWorkingFolders::ENVIRONMENT env;
+        env.executablePath = dataHome + "/bin/keltest";
+        env.workingFolderOverride = qEnvironmentVariable("KEL_TEST_SOURCE_DIR") + "/resources";
+        env.dataHome = dataHome;
+        env.picturesFolder = dataHome;
+        env.desktopFolder = dataHome;
+        SetFolderEnvironment(env);
+    }
+    ~TestProduct() override { delete m_window; }
+
+    std::vector<std::string> calls;
+    std::vector<QString> messages;
+    std::vector<QString> handedOver;
+    std::vector<unsigned short> commands;
+    bool acceptCmdLines = true;
+
+    void InitWorkingFolders() override {
+        calls.push_back("InitWorkingFolders");
+        CPhotoEditorApp::InitWorkingFolders();
+        if (m_readSettings)
+            ReadSettingFile();
+    }
+    void LoadLocalAppNameEdition() override { calls.push_back("LoadLocalAppNameEdition"); }
+    int InitDependencies() override {
+        calls.push_back("InitDependencies");
+        return CPhotoEditorApp::InitDependencies();
+    }
+    void UninitDependencies() override {
+        calls.push_back("UninitDependencies");
+        CPhotoEditorApp::UninitDependencies();
+    }
+    void LoadResource() override {
+        calls.push_back("LoadResource");
+        CPhotoEditorApp::LoadResource();
+    }
+    void ReleaseResource() override {
+        calls.push_back("ReleaseResource");
+        CPhotoEditorApp::ReleaseResource();
+    }
+    void LoadColorProfiles() override {
+        calls.push_back("LoadColorProfiles");
+        CPhotoEditorApp::LoadColorProfiles();
+    }
+    void AddHotkeys() override {
+        calls.push_back("AddHotkeys");
+        AddHotKey(FCONTROL, 'S', 101);
+        AddHotKey(0, 'B', 102);
+    }
+    void ReleaseHotkeys() override {
+        calls.push_back("ReleaseHotkeys");
+        CPhotoEditorApp::ReleaseHotkeys();
+    }
+    int CreateMainWindow() override {
+        calls.push_back("CreateMainWindow");
+        m_window = new QWidget;
+        m_window->resize(300, 200);
+        SetMainWnd(m_window);
+        return 1;
+    }
+    void DestroyMainWindow() override {
+        calls.push_back("DestroyMainWindow");
+        delete m_window;
+        m_window = nullptr;
+    }
+    int SaveSettings(TiXmlElement* root) override {
+        calls.push_back("SaveSettings");
+        return CPhotoEditorApp::SaveSettings(root);
+    }
+    int ReadSettings(TiXmlElement* root) override {
+        calls.push_back(root ? "ReadSettings(root)" : "ReadSettings(null)");
+        return 1;
+    }
+    int ShowMessage(const QString& text, unsigned) override {
+        messages.push_back(text);
+        return IDOK;
+    }
+    int OnStartupCmdLine(const QString& cmdLine) override {
+        handedOver.push_back(cmdLine);
+        return acceptCmdLines ? 1 : 0;
+    }
+    void OnCommand(unsigned short id) override { commands.push_back(id); }
+
+private:
+    bool m_readSettings;
+    QWidget* m_window = nullptr;
+};
+
+class AppTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(dir.isValid());
+        savedCwd = QDir::currentPath();
+    }
+    void TearDown() override { QDir::setCurrent(savedCwd); }
+    QString DataFolder() const { return dir.path() + "/KelTestApp"; }
+    QTemporaryDir dir;
+    QString savedCwd;
+};
+
+} // namespace
+
+TEST_F(AppTest, StartAndStopRunInOrder) {
+    TestProduct app(dir.path());
+    EXPECT_EQ(GetApp(), &app);
+    EXPECT_EQ(app.GetStartupWindowName(), "msgwnd_KelTestApp_startup");
+    ASSERT_EQ(app.InitInstance(), 1);
+    const std::vector<std::string> start = {
+        "InitWorkingFolders", "ReadSettings(null)", "LoadLocalAppNameEdition",
+        "InitDependencies",   "LoadResource",       "LoadColorProfiles",
+        "ReleaseHotkeys",     "AddHotkeys",         "CreateMainWindow"};
+    EXPECT_EQ(app.calls, start);
+    EXPECT_TRUE(app.GetMainWnd()->isVisible());
+    EXPECT_TRUE(app.OwnsFolders());
+    EXPECT_EQ(app.StartTimes(), 1); // a first run counts as 1
+    EXPECT_STREQ(GetCrashDumpPath(), (DataFolder() + "/crash.dmp").toLocal8Bit().constData());
+    EXPECT_NE(app.GetWorkingColorProfile(), nullptr);
+
+    app.calls.clear();
+    QFile::remove(DataFolder() + "/settings.xml");
+    app.ExitInstance();
+    const std::vector<std::string> stop = {"SaveSettings", "DestroyMainWindow", "ReleaseHotkeys",
+                                           "ReleaseResource", "UninitDependencies"};
+    EXPECT_EQ(app.calls, stop);
+    EXPECT_TRUE(QFile::exists(DataFolder() + "/settings.xml"));
+}
+
+TEST_F(AppTest, SettingsAreSavedOnlyWhenRead) {
+    {
+        TestProduct app(dir.path(), /*readSettings=*/false);
+        ASSERT_EQ(app.InitInstance(), 1);
+        app.ExitInstance();
+        EXPECT_EQ(std::count(app.calls.begin(), app.calls.end(), "SaveSettings"), 0);
+    }
+    EXPECT_FALSE(QFile::exists(DataFolder() + "/settings.xml"));
+    for (int run = 1; run <= 2; ++run) {
+        TestProduct app(dir.path());
+        ASSERT_EQ(app.InitInstance(), 1);
+        EXPECT_EQ(app.StartTimes(), run); // the counter survives the save and read
+        app.ExitInstance();
+    }
+}
+
+TEST_F(AppTest, OnlyTheOwningInstanceClearsFoldersAtExit) {
+    TestProduct first(dir.path());
+    ASSERT_EQ(first.InitInstance(), 1);
+    const QString marker = first.GetTempFolder() + "/work.tmp";
+    QFile f(marker);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.close();
+    {
+        // Same user and product: the lock is taken. Nobody answers on this thread, so the hand-over
+        // times out and the second instance reports that the first is running.
+        TestProduct second(dir.path());
+        EXPECT_EQ(second.InitInstance(), 0);
+        EXPECT_FALSE(second.OwnsFolders());
+        ASSERT_EQ(second.messages.size(), 1u);
+        EXPECT_TRUE(second.messages[0].contains("KelTestApp")) << second.messages[0].toStdString();
+        second.ExitInstance();
+        EXPECT_EQ(std::count(second.calls.begin(), second.calls.end(), "CreateMainWindow"), 0);
+    }
+    EXPECT_TRUE(QFile::exists(marker)); // the second instance wiped nothing
+    first.ExitInstance();
+    EXPECT_FALSE(QFile::exists(marker));
+    EXPECT_TRUE(QDir(first.GetTempFolder()).exists());
+}
+
+// Runs only as the child of SecondProcessHandsOverItsCommandLine.
+TEST(SecondInstanceChild, DISABLED_Run) {
+    const QString data = qEnvironmentVariable("KEL_TEST_CHILD_DATA");
+    ASSERT_FALSE(data.isEmpty());
+    TestProduct child(data);
+    char arg0[] = "keltest";
+    const QByteArray file = qEnvironmentVariable("KEL_TEST_CHILD_FILE").toLocal8Bit();
+    std::vector<char> arg1(file.begin(), file.end());
+    arg1.push_back(0);
+    char* argv[] = {arg0, arg1.data(), nullptr};
+    const int code = child.Run(2, argv);
+    printf("CHILD_RESULT messages=%d code=%d\n", int(child.messages.size()), code);
+}
+
+namespace {
+struct ChildOutcome {
+    int messages = -1;
+    bool finished = false;
+};
+ChildOutcome RunChild(const QString& data, const QString& file) {
+    QProcess child;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("KEL_TEST_CHILD_DATA", data);
+    env.insert("KEL_TEST_CHILD_FILE", file);
+    env.insert("QT_QPA_PLATFORM", "offscreen");
+    child.setProcessEnvironment(env);
+    child.start(QCoreApplication::applicationFilePath(),
+                {"--gtest_also_run_disabled_tests", "--gtest_filter=SecondInstanceChild.DISABLED_Run"});
+    // The owner answers on this thread, so keep its event loop running while the child works.
+    QEventLoop loop;
+    QObject::connect(&child, &QProcess::finished, &loop, &QEventLoop::quit);
+    QTimer::singleShot(20000, &loop, &QEventLoop::quit);
+    if (child.state() != QProcess::NotRunning)
+        loop.exec();
+    ChildOutcome outcome;
+    outcome.finished = child.state() == QProcess::NotRunning;
+    const QString out = QString::fromLocal8Bit(child.readAllStandardOutput());
+    const int at = out.indexOf("CHILD_RESULT messages=");
+    if (at >= 0)
+        outcome.messages = out.mid(at + 22, 1).toInt();
+    return outcome;
+}
+} // namespace
+
+TEST_F(AppTest, SecondProcessHandsOverItsCommandLine) {
+    TestProduct owner(dir.path());
+    ASSERT_EQ(owner.InitInstance(), 1);
+    const QString photo = dir.path() + "/my photo.jpg";
+    ASSERT_TRUE(QFile(photo).open(QIODevice::WriteOnly));
+
+    ChildOutcome accepted = RunChild(dir.path(), photo);
+    ASSERT_TRUE(accepted.finished);
+    EXPECT_EQ(accepted.messages, 0); // handed over silently
+    ASSERT_EQ(owner.handedOver.size(), 1u);
+    QStringList all, files;
+    EXPECT_EQ(CPhotoEditorApp::ParseCmdLineParams(all, files, owner.handedOver[0]), 1);
+    EXPECT_EQ(files.value(0), photo); // absolute, one token despite the blank
+
+    // A disabled main window (as under a modal dialog) refuses: the child says the app is running.
+    owner.GetMainWnd()->setEnabled(false);
+    ChildOutcome refused = RunChild(dir.path(), photo);
+    ASSERT_TRUE(refused.finished);
+    EXPECT_EQ(refused.messages, 1);
+    EXPECT_EQ(owner.handedOver.size(), 1u);
+    owner.GetMainWnd()->setEnabled(true);
+    owner.ExitInstance();
+}
+
+TEST(CmdLine, TokensQuotesAndFiles) {
+    QStringList all, files;
+    EXPECT_EQ(CPhotoEditorApp::ParseCmdLineParams(all, files, QString()), 0);
+    EXPECT_EQ(CPhotoEditorApp::ParseCmdLineParams(all, files, "     "), 0);
+    EXPECT_TRUE(all.isEmpty());
+    EXPECT_EQ(
+        CPhotoEditorApp::ParseCmdLineParams(all, files, "-batch \"/home/u/my photos/a.jpg\" b.png /x/c.tif"),
+        4);
+    EXPECT_EQ(all, (QStringList{"-batch", "/home/u/my photos/a.jpg", "b.png", "/x/c.tif"}));
+    EXPECT_EQ(files, (QStringList{"/home/u/my photos/a.jpg", "/x/c.tif"}));
+    // An unterminated quote loses only itself.
+    EXPECT_EQ(CPhotoEditorApp::ParseCmdLineParams(all, files, "a \"/p/b c"), 3);
+    EXPECT_EQ(all, (QStringList{"a", "/p/b", "c"}));
+    EXPECT_EQ(CPhotoEditorApp::ParseCmdLineParams(all, files, "\"\" x"), 1); // empty token dropped
+    EXPECT_EQ(CPhotoEditorApp::MakeCmdLine({"-x", "a b"}), "-x \"a b\"");
+}
+
+TEST_F(AppTest, HotKeysRunOnlyOutsideEditsWithAnEnabledMainWindow) {
+    TestProduct app(dir.path());
+    ASSERT_EQ(app.InitInstance(), 1);
+    EXPECT_EQ(CreateMenuStringWithHotKey("Save", 101, app.HotKeys()), "Save\tCtrl+S");
+    EXPECT_EQ(HotKey2String(FCONTROL | FSHIFT | FALT, VK_F1), "Ctrl+Shift+Alt+F1");
+    EXPECT_EQ(GetNameOfKeyboardKey(VK_ADD), "Num +");
+
+    QWidget* main = app.GetMainWnd();
+    QKeyEvent ctrlS(QEvent::KeyPress, Qt::Key_S, Qt::ControlModifier, "s");
+    QApplication::sendEvent(main, &ctrlS);
+    QKeyEvent plainS(QEvent::KeyPress, Qt::Key_S, Qt::NoModifier, "s");
+    QApplication::sendEvent(main, &plainS); // S without Ctrl is no hot key
+    EXPECT_EQ(app.commands, (std::vector<unsigned short>{101}));
+
+    auto* edit = new QLineEdit(main);
+    QKeyEvent b(QEvent::KeyPress, Qt::Key_B, Qt::NoModifier, "b");
+    QApplication::sendEvent(edit, &b); // typing into an edit control
+    EXPECT_EQ(app.commands.size(), 1u);
+    QKeyEvent b2(QEvent::KeyPress, Qt::Key_B, Qt::NoModifier, "b");
+    main->setEnabled(false);
+    QApplication::sendEvent(main, &b2);
+    EXPECT_EQ(app.commands.size(), 1u);
+    main->setEnabled(true);
+    QKeyEvent b3(QEvent::KeyPress, Qt::Key_B, Qt::NoModifier, "b");
+    QApplication::sendEvent(main, &b3);
+    EXPECT_EQ(app.commands, (std::vector<unsigned short>{101, 102}));
+    app.ExitInstance();
+}
+
+TEST_F(AppTest, VersionCheckRunsEveryThirdStartAgainstTheEndpointOnly) {
+    std::atomic<int> fetches{0};
+    auto fetcher = [&](const QString& url, QByteArray& body) {
+        ++fetches;
+        body = url.contains("ver") ? QByteArray("01030000\n") : QByteArray();
+        return true;
+    };
+    for (int run = 1; run <= 3; ++run) {
+        TestProduct app(dir.path());
+        WEB_ENDPOINTS web;
+        web.versionCheck = "test://ver?k=%1&v=%2";
+        app.SetWebEndpoints(web);
+        app.SetHttpFetcher(fetcher);
+        ASSERT_EQ(app.InitInstance(), 1);
+        app.ExitInstance(); // waits for the check
+        QString version;
+        EXPECT_EQ(app.GetNewVersion(version), run == 3) << run;
+        if (run == 3) {
+            EXPECT_EQ(version, "1.3.0");
+        }
+    }
+    EXPECT_EQ(fetches.load(), 1);
+}
+
+TEST(WebChecks, ParsersRefuseBadAnswers) {
+    QString v;
+    EXPECT_FALSE(CWebChecks::ParseVersionLine("01020300", 0x01020300, v)); // same version
+    EXPECT_FALSE(CWebChecks::ParseVersionLine("zz", 0, v));
+    EXPECT_FALSE(CWebChecks::ParseVersionLine("0", 0, v));
+    EXPECT_TRUE(CWebChecks::ParseVersionLine(" 02000100 ", 0x01020300, v));
+    EXPECT_EQ(v, "2.0.1");
+    EXPECT_TRUE(CWebChecks::ParsePushContent("<r><page name=\"n\" width=\"3\" height=\"4\"/></r>").IsValid());
+    EXPECT_FALSE(CWebChecks::ParsePushContent("<r><page name=\"\" width=\"3\" height=\"4\"/></r>").IsValid());
+    EXPECT_FALSE(
+        CWebChecks::ParsePushContent("<r><page name=\"n\" width=\"0\" height=\"4\"/></r>").IsValid());
+    EXPECT_FALSE(CWebChecks::ParsePushContent("<r><pag").IsValid());
+}
+
+TEST_F(AppTest, RestartWithoutMainWindowDoesNothing) {
+    TestProduct app(dir.path());
+    app.RestartApp();
+    EXPECT_FALSE(app.WillRestart());
+}
