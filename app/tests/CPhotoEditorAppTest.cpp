@@ -21,7 +21,9 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <algorithm>
 #include <atomic>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -110,13 +112,18 @@ public:
     }
     int ShowMessage(const QString& text, unsigned) override {
         messages.push_back(text);
-        return IDOK;
+        return answer;
     }
     int OnStartupCmdLine(const QString& cmdLine) override {
         handedOver.push_back(cmdLine);
         return acceptCmdLines ? 1 : 0;
     }
     void OnCommand(unsigned short id) override { commands.push_back(id); }
+    int NeedMoreMemory(size_t) override { return freesMemory ? 1 : 0; }
+    void Contact() override { ++contacts; }
+    bool freesMemory = false;
+    int contacts = 0;
+    int answer = IDOK;
 
 private:
     bool m_readSettings;
@@ -358,4 +365,44 @@ TEST_F(AppTest, RestartWithoutMainWindowDoesNothing) {
     TestProduct app(dir.path());
     app.RestartApp();
     EXPECT_FALSE(app.WillRestart());
+}
+
+TEST_F(AppTest, CrashReporterModeShowsTheNoticeAndContactsOnYes) {
+    TestProduct app(dir.path());
+    app.answer = IDYES;
+    char prog[] = "keltest", mode[] = "--kel-crash-report", name[] = "Access Violation",
+         record[] = "/tmp/crash.dmp";
+    char* argv[] = {prog, mode, name, record, nullptr};
+    EXPECT_EQ(app.Run(4, argv), 0);
+    ASSERT_EQ(app.messages.size(), 1u);
+    EXPECT_NE(app.messages[0], "IDS_MSG_EXCEPTION_NOTICE"); // the dictionary's text, not the key
+    EXPECT_EQ(app.contacts, 1);
+    EXPECT_TRUE(app.calls.end() == std::find(app.calls.begin(), app.calls.end(), "CreateMainWindow"));
+}
+
+TEST_F(AppTest, OutOfMemoryIsOfferedToTheProductFirst) {
+    TestProduct app(dir.path());
+    std::new_handler handler = std::get_new_handler();
+    ASSERT_NE(handler, nullptr);
+    app.freesMemory = true;
+    handler(); // the product freed memory: the allocation may be retried
+    app.freesMemory = false;
+    EXPECT_THROW(handler(), std::bad_alloc);
+    std::set_new_handler(handler);
+}
+
+TEST_F(AppTest, MainWindowPlacementIsRememberedRestored) {
+    TestProduct app(dir.path());
+    ASSERT_EQ(app.InitInstance(), 1);
+    QWidget* main = app.GetMainWnd();
+    main->showNormal();
+    main->setGeometry(40, 50, 320, 240);
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(app.Settings().IsMaximized());
+    EXPECT_EQ(app.Settings().GetMainWndRect().size(), QSize(320, 240));
+    main->showMaximized();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(app.Settings().IsMaximized());
+    EXPECT_EQ(app.Settings().GetMainWndRect().size(), QSize(320, 240)); // the restored size is kept
+    app.ExitInstance();
 }
