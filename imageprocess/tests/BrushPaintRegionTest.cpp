@@ -204,3 +204,25 @@ TEST(BrushPaintRegion, RangeFollowsRowsOfBottomUpImagesAndSkipsOtherHues) {
     for (int i = 0; i < 36; ++i)
         ASSERT_EQ(untouched.Values()[i], 0);
 }
+
+TEST(BrushPaintRegion, LargeDabsSplitOverThreadsPaintEveryRowOnce) {
+    CSelectedRegion brush;
+    ASSERT_EQ(CreateBrushRegion(brush, 300.0, 600.0, 90), 600);
+    brush.x = brush.y = 0;
+    CImageDataInfo image;
+    ASSERT_TRUE(kel_testing::MakeConstant(image, brush.width, brush.height, 3, 1, 100));
+    BRUSH_YCC c{};
+    ASSERT_TRUE(ReadBrushYCbCr(image, 0, 0, nullptr, c));
+    INT4 lo{}, hi{};
+    ResetBrushColorRange(lo, hi);
+    WidenBrushColorRange(lo, hi, c);
+    const uint64_t target = 70 * 0xFFFF / 100;
+    for (bool ranged : {false, true}) {
+        CSelectedRegion canvas = Constant(brush.width, brush.height, 0x4000);
+        ASSERT_TRUE(PaintRegion(canvas, brush, BRUSH_MODE_PAINT, 70, &image, nullptr, ranged ? &lo : nullptr,
+                                ranged ? &hi : nullptr));
+        for (int i = 0; i < brush.width * brush.height; ++i)
+            ASSERT_EQ(canvas.Values()[i], Reference(0x4000, brush.Values()[i], target))
+                << i << " ranged " << ranged;
+    }
+}
