@@ -1,7 +1,7 @@
 #include "app/CPhotoEditorApp.h"
 
 #include "app/CAppEventFilter.h"
-#include "app/CImageResources.h"
+#include "ui/CImageResources.h"
 #include "app/CSingleInstance.h"
 #include "app/CWebChecks.h"
 #include "app/CrashHandler.h"

@@ -1,6 +1,6 @@
 #include "app/DllCursor.h"
 
-#include "app/CImageResources.h"
+#include "ui/CImageResources.h"
 
 #include <QGuiApplication>
 #include <QPixmap>

@@ -1,4 +1,4 @@
-#include "app/CDpiAwareImage.h"
+#include "ui/CDpiAwareImage.h"
 
 namespace KELCTRL {
 namespace {

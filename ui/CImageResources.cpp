@@ -1,4 +1,4 @@
-#include "app/CImageResources.h"
+#include "ui/CImageResources.h"
 
 #include "common/AtomicFileWrite.h"
 

@@ -1,7 +1,6 @@
 // Guards against wrong interface images: the wrong resolution for a screen, a name that misses its file
 // because of case or prefix, a missing image looked for again and again, and maps that outlive release.
-#include "app/CImageResources.h"
-#include "app/DllCursor.h"
+#include "ui/CImageResources.h"
 
 #include <QDir>
 #include <QFile>
@@ -125,17 +124,6 @@ TEST_F(ImageResources, UnreadableImageFileCountsAsMissing) {
     CImageResources res;
     res.LoadResource(skin, icon);
     EXPECT_EQ(res.GetSkinImage("broken")->GetResCount(), 0);
-}
-
-TEST_F(ImageResources, CursorsUseTheSkinImageOrAStandardShape) {
-    CImageResources res;
-    res.LoadResource(skin, icon);
-    EXPECT_EQ(LoadDllCursor(CURSOR_NEW_RECT, 96).shape(), Qt::CrossCursor);
-    EXPECT_EQ(LoadDllCursor(CURSOR_MOVE, 96).shape(), Qt::SizeAllCursor);
-    Save(skin, "skin_cursor_1102[96].png", Solid(32, 32, 0xFF000000));
-    const QCursor drawn = LoadDllCursor(CURSOR_GRABBING, 96);
-    EXPECT_EQ(drawn.shape(), Qt::BitmapCursor);
-    EXPECT_EQ(drawn.hotSpot(), QPoint(16, 16));
 }
 
 TEST_F(ImageResources, ResourceAsPixelRecordAndAsFile) {
