@@ -1,4 +1,5 @@
-// Brush pixel work: painting one dab into a canvas mask, and building the brush mask.
+// Brush pixel work: painting one dab into a canvas mask, and building the brush mask. Real time, since
+// large dabs use more than one thread.
 #include "BenchUtil.h"
 #include "common/testing/TestImages.h"
 #include "imageprocess/BrushPaint.h"
@@ -38,6 +39,7 @@ void BM_PaintRegion(benchmark::State& state) {
 BENCHMARK(BM_PaintRegion)
     ->ArgsProduct({{10, 100, 1000}, {1, 2}, {0, 1}})
     ->ArgNames({"radius", "depth", "range"})
+    ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
 
 // Mask build with the buffer reused, as when the thread rebuilds a mask of the same size.
@@ -59,6 +61,7 @@ BENCHMARK(BM_CreateBrushRegion)
     ->Arg(2000)
     ->Arg(4000)
     ->ArgName("radius")
+    ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 
 // The same into a fresh region every time: includes the first touch of the new pages.
@@ -73,6 +76,11 @@ void BM_CreateBrushRegionFresh(benchmark::State& state) {
     }
     kel_bench::ReportThroughput(state, pixels, static_cast<size_t>(pixels) * 2);
 }
-BENCHMARK(BM_CreateBrushRegionFresh)->Arg(1000)->Arg(4000)->ArgName("radius")->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_CreateBrushRegionFresh)
+    ->Arg(1000)
+    ->Arg(4000)
+    ->ArgName("radius")
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace
