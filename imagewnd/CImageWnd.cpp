@@ -1,11 +1,16 @@
 #include "imagewnd/CImageWnd.h"
 
+#include "imagewnd/CKeyStateTracker.h"
+#include "imagewnd/CWorkerThread.h"
+
 #include <QPainter>
 
 namespace KELCTRL {
 
 CImageWnd::CImageWnd(int priority, QWidget* parent) : CBaseWnd(parent), m_priority(priority) {
     setFocusPolicy(Qt::ClickFocus);
+    // Processing waits while a letter key (a tool's hot key) is down.
+    CKeyStateTracker::Install();
 }
 
 CImageWnd::~CImageWnd() {
@@ -30,17 +35,36 @@ int CImageWnd::Create(QWidget* parent, const QRect& rect, unsigned id, int visib
     return CBaseWnd::Create(parent, area, id, visible);
 }
 
+void CImageWnd::OnInitWnd() {
+    CBaseWnd::OnInitWnd();
+    StartCacheThread();
+}
+
 void CImageWnd::OnDestroy() {
     // Tools hear OnUnload while the image is still there.
     UnloadAllTools();
     Clear(0);
+    StopCacheThread();
     CBaseWnd::OnDestroy();
+}
+
+intptr_t CImageWnd::WindowProc(unsigned msg, uintptr_t wParam, intptr_t lParam) {
+    if (msg == WM_IMGWND_RESTARTPROCESSTIMER) {
+        // A cache build with a before-image ended: process it once the view stands still.
+        KillTimer(TIMER_PROCESSIMAGE);
+        if (m_image && m_beforeImage)
+            SetTimer(TIMER_PROCESSIMAGE, TIMER_PROCESSIMAGE_INTERVAL);
+        return 1;
+    }
+    return CBaseWnd::WindowProc(msg, wParam, lParam);
 }
 
 // --- image record ---------------------------------------------------------------------------
 
 int CImageWnd::SetImage(CImageDataInfo& image, CImageDataInfo* before, CImageDataInfo* dispBefore,
                         const CImageDataInfo* transMask) {
+    ExitAdjustingMode();
+    CancelZoomedCaching(1);
     if (!image.IsValid())
         return 0;
     Clear(0);
@@ -55,6 +79,7 @@ int CImageWnd::SetImage(CImageDataInfo& image, CImageDataInfo* before, CImageDat
     m_beforeImage = before && before->Size() == m_imageSize ? before : nullptr;
     m_dispBeforeImage = dispBefore && dispBefore->Size() == m_imageSize ? dispBefore : nullptr;
     m_transMask = transMask;
+    CreatePreview();
     UpdateNaviCtrls(NAVICTRL_IMAGE_NEW);
     // Zoom type and scale survive image changes.
     const ZOOM_SCALE scale = m_zoomScale;
@@ -67,6 +92,8 @@ int CImageWnd::SetImage(CImageDataInfo& image, CImageDataInfo* before, CImageDat
 
 int CImageWnd::UpdateImage(CImageDataInfo& image, CImageDataInfo* before, CImageDataInfo* dispBefore,
                            int immediately) {
+    ExitAdjustingMode();
+    CancelZoomedCaching(1);
     if (m_image && !image.IsValid())
         return 0;
     KillTimer(TIMER_PROCESSIMAGE);
@@ -75,14 +102,16 @@ int CImageWnd::UpdateImage(CImageDataInfo& image, CImageDataInfo* before, CImage
     m_image = &image;
     m_beforeImage = before && before->Size() == m_imageSize ? before : nullptr;
     m_dispBeforeImage = dispBefore && dispBefore->Size() == m_imageSize ? dispBefore : nullptr;
-    if (m_beforeImage && !m_zoomedOut) {
-        if (immediately)
-            ProcessImage();
-        else
-            SetTimer(TIMER_PROCESSIMAGE, TIMER_PROCESSIMAGE_INTERVAL);
-    } else {
+    CreatePreview();
+    if (m_zoomedOut) {
+        UpdateZoomedCache();
+    } else if (!m_beforeImage) {
         RepaintNow();
         FlushSyncPartner();
+    } else if (immediately) {
+        ProcessImage();
+    } else {
+        SetTimer(TIMER_PROCESSIMAGE, TIMER_PROCESSIMAGE_INTERVAL);
     }
     UpdateNaviCtrls(NAVICTRL_IMAGE_UPDATED);
     WalkAll(IImageWndTool::EVENTMASK_UPDATEIMAGE, [](IImageWndTool* t) { t->OnUpdateImage(); });
@@ -90,9 +119,13 @@ int CImageWnd::UpdateImage(CImageDataInfo& image, CImageDataInfo* before, CImage
 }
 
 void CImageWnd::Clear(int redraw) {
+    ExitAdjustingMode();
+    CancelZoomedCaching(1);
     WalkAll(IImageWndTool::EVENTMASK_CLEARIMAGE, [](IImageWndTool* t) { t->OnClearImage(); });
     KillTimer(TIMER_PROCESSIMAGE);
     KillTimer(TIMER_AUTOMOVE);
+    ReleasePreview();
+    ReleaseZoomedCache();
     m_image = nullptr;
     m_beforeImage = nullptr;
     m_dispBeforeImage = nullptr;
@@ -120,12 +153,6 @@ void CImageWnd::ResetGeometry() {
     m_cachePos = TPoint<int>();
     m_centerPoint = TPoint<int>();
     m_autoMoveStep = TPoint<int>();
-}
-
-void CImageWnd::ProcessImage() {
-    // No processing function is attached to this window: the image on show is the result.
-    RepaintNow();
-    FlushSyncPartner();
 }
 
 // --- before view ----------------------------------------------------------------------------
@@ -176,6 +203,10 @@ void CImageWnd::OnTimer(uintptr_t id) {
         return;
     }
     if (id == TIMER_PROCESSIMAGE) {
+        // Letters are the tools' hot keys: processing must not start under them. The timer keeps
+        // firing until they are up.
+        if (CKeyStateTracker::IsAnyLetterKeyDown())
+            return;
         KillTimer(TIMER_PROCESSIMAGE);
         if (!m_showingBefore)
             ProcessImage();

@@ -3,9 +3,21 @@
 // events: the newest tool hears each event first, and a tool hears only what its event mask asks for.
 // Geometry (zoom, scroll, point conversion, synchronised partner, navigator controls) lives in
 // CImageWndGeometry.cpp, the tool stack and its walks in CImageWndTools.cpp, input in
-// CImageWndInput.cpp, and the image record and life cycle in CImageWnd.cpp.
+// CImageWndInput.cpp, the image record and life cycle in CImageWnd.cpp, the processing pipeline
+// (preview, adjusting mode, the adjust thread) in CImageWndProcess.cpp and the zoomed cache with its
+// thread in CImageWndCache.cpp.
+//
+// Threads and locks. The UI thread owns everything; the cache thread builds the zoomed copies under
+// m_cacheLock (and a process-wide resize lock); the adjust thread exists only in adjusting mode and
+// copies its result under m_imageLock. Lock order: m_cacheLock, then m_imageLock. Adjusting mode holds
+// m_cacheLock for its whole length, so a cache build never runs against processing. Workers reach the
+// UI only by posting messages.
 #include "common/CImageDataInfo.h"
 #include "common/ValueTypes.h"
+#include "common/event_signal.h"
+#include "common/message_queue.h"
+#include "common/recursive_lock.h"
+#include "common/sse_array.h"
 #include "imagewnd/IImageWndTool.h"
 #include "imagewnd/ImageWndTypes.h"
 #include "ui/CBaseWnd.h"
@@ -16,11 +28,16 @@
 #include <QRectF>
 #include <QString>
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
 namespace KELCTRL {
+
+class CWorkerThread;
 
 // The visible image rectangle in image pixels, kept in single precision.
 struct FLOATRECT {
@@ -45,6 +62,30 @@ public:
     static constexpr unsigned TIMER_PROCESSIMAGE_INTERVAL = 250;
     // Largest auto-move distance looked at outside the client, in window pixels.
     static constexpr int AUTOMOVE_MAX_DISTANCE = 80;
+    // The preview's longer side is at most this.
+    static constexpr int PREVIEW_MAX_SIDE = 512;
+
+    // Thread messages of the adjust thread (process now) and of the cache thread (build, cancel);
+    // both threads end on WM_QUIT.
+    static constexpr unsigned WM_QUIT = 18;
+    static constexpr unsigned MSG_ADJUSTIMAGE = 100;
+    static constexpr unsigned MSG_ZOOMEDCACHE_BUILD = 101;
+    static constexpr unsigned MSG_ZOOMEDCACHE_CANCEL = 102;
+    // Posted to the window by the cache thread: restart TIMER_PROCESSIMAGE on the UI thread.
+    static constexpr unsigned WM_IMGWND_RESTARTPROCESSTIMER = WM_USER + 0x120;
+
+    // The host's edit: fills dst from src. src is the part of the before-image (or of its zoomed copy)
+    // at (x, y); fullSource is the whole before-image, null when src is already it. Runs on the
+    // adjust thread, on the UI thread for previews and synchronous requests: it must not touch
+    // widgets nor take the window's image lock.
+    using PROCESSIMAGE_FUNC = void (*)(const CImageWnd* wnd, CImageDataInfo& dst, const CImageDataInfo& src,
+                                       double zoom, int x, int y, const CImageDataInfo* fullSource);
+    // Called on the cache thread after a build, inside the cache and resize locks.
+    using ZOOMCONTENT_FUNC = void (*)(CImageWnd* wnd, double zoom);
+    // Kept for the host; the window never calls it.
+    using PROCESSEXTEND_FUNC = int (*)(double zoom, int x, int y);
+    // Trial watermark, drawn over the image.
+    using DRAWSUKASHI_FUNC = void (*)(QPainter& painter, CImageWnd* wnd);
 
     explicit CImageWnd(int priority = PRIORITY_NORMAL, QWidget* parent = nullptr);
     ~CImageWnd() override;
@@ -70,7 +111,46 @@ public:
     int HasImage() const { return m_image ? 1 : 0; }
     int GetPriority() const { return m_priority; }
     void SetPriority(int priority) { m_priority = priority; }
+
+    // --- processing pipeline -----------------------------------------------------------------
+    void SetProcessImageFunc(PROCESSIMAGE_FUNC func) { m_processImageFunc.store(func); }
+    PROCESSIMAGE_FUNC GetProcessImageFunc() const { return m_processImageFunc.load(); }
+    void SetZoomContentFunc(ZOOMCONTENT_FUNC func) { m_zoomContentFunc.store(func); }
+    void SetProcessExtendFunc(PROCESSEXTEND_FUNC func) { m_processExtendFunc = func; }
+    PROCESSEXTEND_FUNC GetProcessExtendFunc() const { return m_processExtendFunc; }
+    void SetDrawSukashiFunc(DRAWSUKASHI_FUNC func) { m_drawSukashiFunc = func; }
+    void SetLinearImageParams(const LINEAR_IMAGE_PARAMS& params);
+    void SetLinearImageParams(const unsigned short* displayCurve, const unsigned short* sourceCurve);
+    LINEAR_IMAGE_PARAMS GetLinearImageParams() const;
+
+    // A live session: processing covers the visible part plus ImageProcess::PROCESS_EXTEND, on the
+    // adjust thread when a process function is set. Entering waits for the zoomed cache when zoomed
+    // out, and is refused without an image and a before-image or when the cache cannot be built.
+    void EnterAdjustingMode();
+    // Ends the session, waiting for the adjust thread while keeping this window painted.
+    void ExitAdjustingMode();
     int IsAdjustingMode() const { return m_adjusting ? 1 : 0; }
+    // Processes the working rectangle again: posted to the adjust thread with `async` and a process
+    // function (bursts coalesce), else at once on this thread. Nothing outside adjusting mode.
+    void AdjustImage(int async);
+    // The working rectangle, in image pixels or, zoomed out, in cache pixels; empty when not adjusting.
+    QRect GetAdjustRect() const;
+    // Fills dst from the part of src at (x, y), through the source curve when `useCurve` is set and
+    // there is one. Returns 0 for an invalid record or a failed copy.
+    int CopyFromSrcImage(int useCurve, CImageDataInfo& dst, const CImageDataInfo& src, int x, int y) const;
+    int IsProcessingPreview() const { return m_processingPreview ? 1 : 0; }
+    double GetPreviewScale() const { return m_previewScale; }
+
+    // --- zoomed cache ------------------------------------------------------------------------
+    // Asks the cache thread for copies at the present zoom (only while zoomed out).
+    void UpdateZoomedCache();
+    // Cancels a build that has not ended; with `wait`, returns once the cache thread has let go.
+    void CancelZoomedCaching(int wait);
+    void ReleaseZoomedCache();
+    // Runs the processing again on the whole zoomed copy.
+    void ProcessZoomedCache();
+    // A build ended, did not fail, and is of the present zoomed size.
+    int IsZoomedCacheReady() const;
 
     // --- before view -------------------------------------------------------------------------
     void ShowBeforeImage(int on);
@@ -148,9 +228,22 @@ public:
 protected:
     void CalcZoom();
     void CalcDrawArea();
-    // Brings the shown result up to date with the before-image.
+    // Brings the shown result up to date with the before-image: one request through adjusting mode,
+    // which the caller waits for while this window stays painted.
     void ProcessImage();
+    // The small copy of the image shown while the zoomed cache builds, and its processing.
+    void CreatePreview();
+    void ProcessPreview();
+    void ReleasePreview();
+    // Waits until no build is pending. With `mayRequest` a cache of the wrong size is requested
+    // and waited for once more. Returns IsZoomedCacheReady().
+    int WaitForZoomedCache(bool mayRequest);
+    // The cache thread lives from OnInitWnd to OnDestroy.
+    void StartCacheThread();
+    void StopCacheThread();
 
+    intptr_t WindowProc(unsigned msg, uintptr_t wParam, intptr_t lParam) override;
+    void OnInitWnd() override;
     void OnDestroy() override;
     void OnPaint(QPainter& painter, int width, int height) override;
     void OnSize(unsigned type, int cx, int cy) override;
@@ -197,8 +290,70 @@ protected:
     TSize<int> m_imageSize;
     int m_priority = PRIORITY_NORMAL;
     bool m_adjusting = false;
-    bool m_showingBefore = false;
+    // Read by the cache thread when it decides between a repaint and processing after a build.
+    std::atomic<bool> m_showingBefore{false};
     bool m_beforeByKey = false;
+
+    // Hooks.
+    std::atomic<PROCESSIMAGE_FUNC> m_processImageFunc{nullptr};
+    std::atomic<ZOOMCONTENT_FUNC> m_zoomContentFunc{nullptr};
+    PROCESSEXTEND_FUNC m_processExtendFunc = nullptr;
+    DRAWSUKASHI_FUNC m_drawSukashiFunc = nullptr;
+    mutable std::mutex m_linearParamsLock;
+    LINEAR_IMAGE_PARAMS m_linearParams;
+
+    // Owned buffers of the pipeline. The preview belongs to the UI thread.
+    CImageDataInfo m_adjustBuffer;
+    int m_adjustX = 0;
+    int m_adjustY = 0;
+    CImageDataInfo m_preview;
+    CImageDataInfo m_previewBefore;
+    CImageDataInfo m_previewMask;
+    double m_previewScale = 1.0;
+    bool m_processingPreview = false;
+
+    // Guards m_image and m_cacheImage against painting while a result is copied in.
+    recursive_lock m_imageLock;
+    // Held by the adjust thread for its whole life.
+    recursive_lock m_adjustLock;
+    std::unique_ptr<CWorkerThread> m_adjustThread;
+    GS_THREAD::message_queue m_adjustQueue;
+    // What the adjust thread works with, fixed when adjusting mode begins.
+    struct ADJUST_JOB {
+        bool zoomedOut = false;
+        double zoom = 1.0;
+        const CImageDataInfo* source = nullptr;     // before-image or its zoomed copy
+        const CImageDataInfo* fullSource = nullptr; // the before-image
+        CImageDataInfo* target = nullptr;           // m_image or m_cacheImage
+    } m_adjustJob;
+    // Set by the adjust thread when a result is in; the waiting UI thread repaints.
+    std::atomic<bool> m_adjustRedrawDue{false};
+
+    // The zoomed cache: copies at exactly the zoomed size, built by the cache thread under m_cacheLock.
+    CImageDataInfo m_cacheImage;
+    CImageDataInfo m_cacheBefore;
+    CImageDataInfo m_cacheDispBefore;
+    CImageDataInfo m_cacheMask;
+    recursive_lock m_cacheLock;
+    std::unique_ptr<CWorkerThread> m_cacheThread;
+    GS_THREAD::message_queue m_cacheQueue;
+    // Set when no build is pending: the last request ended, failed or was cancelled. Cleared only
+    // by the UI thread together with posting a build, so every waiter is released.
+    mutable event_signal m_cacheReady{true, true};
+    // Makes "clear and post" on the UI thread and "drain and set" on the cache thread atomic.
+    std::mutex m_cacheStateLock;
+    std::atomic<bool> m_cacheFailed{false};
+    // Size of the last complete build; 0 while the buffers are being rewritten or released.
+    std::atomic<int> m_cacheWidth{0};
+    std::atomic<int> m_cacheHeight{0};
+    std::atomic<unsigned> m_cacheBuildCount{0};
+
+    // The 32-bit display bitmap that painting converts into; reused between paints.
+    sse_array<unsigned char> m_displayBuffer;
+
+    // Taken by the UI thread when it changes the tool list and by the adjust thread around its
+    // OnPostProcessImage walk, so that an unloaded tool is no longer called from there.
+    std::mutex m_toolListLock;
 
     // Tool stack and press state.
     std::vector<IImageWndTool*> m_tools;
@@ -236,7 +391,26 @@ protected:
     bool m_naviNotify = true;
 
 private:
+    struct ZOOMCACHE_REQUEST;
+    enum class BuildResult { Done, Failed, Restart, Quit };
+
     void ResetGeometry();
+    // Pipeline helpers.
+    void ComputeAdjustRect();
+    void StartAdjustThread();
+    void AdjustThreadLoop();
+    void RunAdjustRequest();
+    void RunAdjustSync();
+    // Calls the process function, or asks the parent with NM_IMGWND_PROCESSIMAGE without one.
+    void RequestProcessing(CImageDataInfo& dst, const CImageDataInfo& src, const CImageDataInfo* fullSource,
+                           double zoom, int x, int y);
+    // The OnPostProcessImage walk from the adjust thread, over the tools loaded at its start.
+    void WalkPostProcessFromThread(CImageDataInfo& dst, const CImageDataInfo& src, int x, int y);
+    // Cache helpers.
+    void CacheThreadLoop();
+    BuildResult BuildZoomedCache(const ZOOMCACHE_REQUEST& request);
+    BuildResult CacheCheckpoint();
+
     // The steps of a lost capture: buttons up, drags ended, tools told.
     void OnCaptureLost(CBaseWnd* newOwner);
     void AutoMove(const QPoint& point);

@@ -53,8 +53,14 @@ void CImageWnd::CalcZoom() {
     m_zoomedSize = TSize<int>(std::max(1, FloorToInt(m_imageSize.width * m_zoomValue + 0.5)),
                               std::max(1, FloorToInt(m_imageSize.height * m_zoomValue + 0.5)));
     const bool changed = !(m_zoomValue == m_prevZoomValue && m_zoomType == m_prevZoomType);
-    if (m_zoomedOut)
+    if (m_zoomedOut) {
         KillTimer(TIMER_PROCESSIMAGE);
+        // A build for another size is of no use any more; a ready copy of this size is kept.
+        if (!IsZoomedCacheReady())
+            CancelZoomedCaching(0);
+        if (!(IsZoomedCacheReady() && !changed))
+            UpdateZoomedCache();
+    }
     if (changed) {
         WalkAll(IImageWndTool::EVENTMASK_ZOOMCHANGED, [](IImageWndTool* t) { t->OnZoomChanged(); });
         NMHDR header;

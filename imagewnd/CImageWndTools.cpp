@@ -25,7 +25,10 @@ void CImageWnd::LoadTool(IImageWndTool* tool) {
         }
     }
     tool->OnLoad(this);
-    m_tools.insert(m_tools.begin(), tool);
+    {
+        std::lock_guard<std::mutex> guard(m_toolListLock);
+        m_tools.insert(m_tools.begin(), tool);
+    }
     const uint32_t mask = tool->GetEventMask();
     if (m_image && (mask & IImageWndTool::EVENTMASK_SETIMAGE))
         tool->OnSetImage();
@@ -37,7 +40,11 @@ void CImageWnd::UnloadTool(IImageWndTool* tool, int redraw) {
     if (FindTool(tool) < 0)
         return;
     tool->OnUnload();
-    m_tools.erase(std::remove(m_tools.begin(), m_tools.end(), tool), m_tools.end());
+    {
+        // The adjust thread may be walking the tools; once this returns it no longer calls this one.
+        std::lock_guard<std::mutex> guard(m_toolListLock);
+        m_tools.erase(std::remove(m_tools.begin(), m_tools.end(), tool), m_tools.end());
+    }
     // A drag whose owner left has nobody to report to.
     if (m_dragOwner == tool)
         m_dragOwner = nullptr;
@@ -61,7 +68,10 @@ void CImageWnd::UnloadAllTools() {
     const bool notify = m_image != nullptr;
     while (!m_tools.empty()) {
         IImageWndTool* tool = m_tools.front();
-        m_tools.erase(m_tools.begin());
+        {
+            std::lock_guard<std::mutex> guard(m_toolListLock);
+            m_tools.erase(m_tools.begin());
+        }
         if (m_dragOwner == tool)
             m_dragOwner = nullptr;
         if (notify)

@@ -74,6 +74,13 @@ struct NMIMGWND_CLICKTAG {
     unsigned tagId = 0;
 };
 
+// The two optional 16-bit tables (65,536 entries) of linear processing: the display curve is applied
+// when the result is drawn, the source curve when the before-image is copied into a working buffer.
+struct LINEAR_IMAGE_PARAMS {
+    const unsigned short* displayCurve = nullptr;
+    const unsigned short* sourceCurve = nullptr;
+};
+
 // Payload of NM_IMGWND_PROCESSIMAGE: the processing request.
 struct NMIMGWND_PROCESSIMAGE {
     NMHDR hdr;

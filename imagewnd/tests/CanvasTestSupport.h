@@ -3,6 +3,7 @@
 // tests that drive the image window with Qt events.
 #include "common/testing/TestImages.h"
 #include "imagewnd/CImageWnd.h"
+#include "imagewnd/CKeyStateTracker.h"
 #include "imagewnd/IImageWndTool.h"
 #include "ui/CSubPanel.h"
 #include "ui/tests/QtTestSupport.h"
@@ -223,7 +224,11 @@ protected:
         ASSERT_TRUE(kel_testing::MakeGradient(image, 200, 150, 1, 1));
         ASSERT_EQ(wnd.SetImage(image), 1);
     }
-    void TearDown() override { CBaseWnd::ReleaseCapture(); }
+    void TearDown() override {
+        CBaseWnd::ReleaseCapture();
+        // A key pressed by a test and never released would hold processing back in the next one.
+        CKeyStateTracker::Reset();
+    }
 
     RecordingTool& AddTool(const std::string& tag, uint32_t mask, const char* name = nullptr) {
         tools.push_back(
