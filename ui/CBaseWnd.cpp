@@ -1,21 +1,27 @@
 #include "ui/CBaseWnd.h"
 
+#include "ui/CUIColorSchema.h"
 #include "ui/InputMapping.h"
 
 #include <QApplication>
 #include <QCursor>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QFocusEvent>
+#include <QHelpEvent>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QResizeEvent>
 #include <QStyleHints>
 #include <QThread>
 #include <QTimerEvent>
+#include <QToolTip>
+#include <QUrl>
 #include <QWheelEvent>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <mutex>
 #include <unordered_set>
@@ -55,12 +61,32 @@ std::unordered_set<const CBaseWnd*>& CreatedWindows() {
 }
 
 CBaseWnd* g_capture = nullptr;
-std::atomic<CBaseWnd::DpiFunction> g_dpiFunction{nullptr};
+
+bool IsInputEvent(QEvent::Type type) {
+    switch (type) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseButtonDblClick:
+    case QEvent::MouseMove:
+    case QEvent::Wheel:
+    case QEvent::KeyPress:
+    case QEvent::KeyRelease:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The limit as the platform takes it: Qt caps sizes far below the "no limit" value.
+int QtSizeLimit(int v) {
+    return std::clamp(v, 0, QWIDGETSIZE_MAX);
+}
 
 } // namespace
 
-CBaseWnd::CBaseWnd(QWidget* parent) : QWidget(parent) {
-    m_bkColor = palette().color(QPalette::Window);
+CBaseWnd::CBaseWnd(QWidget* parent)
+    : QWidget(parent), m_dpiWatcher(this, [this] { UpdateDpiFromMonitor(); }) {
+    m_bkColor = CUIColorSchema::FromColorRef(UIColors().bkPanel);
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent);
     std::lock_guard<std::mutex> guard(LiveWindowsLock());
@@ -86,19 +112,46 @@ int CBaseWnd::Create(QWidget* parent, const QRect& rect, unsigned id, int visibl
         return 0;
     if (parent != parentWidget())
         setParent(parent);
+    if (objectName().isEmpty())
+        setObjectName(QLatin1String(DEF_WND_CLASS_NAME));
     m_ctrlId = id;
     m_created = true;
     {
         std::lock_guard<std::mutex> guard(LiveWindowsLock());
         CreatedWindows().insert(this);
     }
+    const auto dpi = MonitorDpi(this);
+    SetUISizeInfo(&FindUISizeInfo(dpi.first, dpi.second));
     MoveWindow(rect, 0);
     OnInitWnd();
     PostInitWnd();
+    m_inited = true;
+    m_dpiWatcher.WatchScreen();
     if (visible)
         show();
     return 1;
 }
+
+int CBaseWnd::PreTranslateMessage(QEvent*) {
+    return 0;
+}
+
+void CBaseWnd::ResetFocus() {
+    if (m_canGetFocus)
+        setFocus(Qt::OtherFocusReason);
+    else if (CBaseWnd* parent = GetParentWnd())
+        parent->ResetFocus();
+}
+
+void CBaseWnd::UpdateCtrlStates(int) {}
+
+void CBaseWnd::SetupCtrls() {}
+
+QString CBaseWnd::GetCtrlTooltip(unsigned) {
+    return QString();
+}
+
+void CBaseWnd::OnDropObjects(const QStringList&) {}
 
 void CBaseWnd::DestroyWindow() {
     if (!m_created)
@@ -106,9 +159,10 @@ void CBaseWnd::DestroyWindow() {
     if (g_capture == this)
         ReleaseCapture();
     OnDestroy();
-    for (auto& entry : m_timers)
-        entry.second.stop();
-    m_timers.clear();
+    m_timers.KillAll();
+    m_fadeTimer.stop();
+    m_dpiWatcher.Stop();
+    m_inited = false;
     hide();
     std::lock_guard<std::mutex> guard(LiveWindowsLock());
     CreatedWindows().erase(this);
@@ -138,6 +192,11 @@ QPoint CBaseWnd::GetCursorClientPos() const {
 void CBaseWnd::HandleSize(int width, int height) {
     if (width == m_clientWidth && height == m_clientHeight)
         return;
+    // A top-level window learns its monitor at its first sizing, where its position is known.
+    if (m_created && isWindow() && m_clientWidth == 0 && m_clientHeight == 0) {
+        const auto dpi = MonitorDpi(this);
+        SetUISizeInfo(&FindUISizeInfo(dpi.first, dpi.second));
+    }
     m_clientWidth = width;
     m_clientHeight = height;
     OnSize(0, width, height);
@@ -182,6 +241,8 @@ intptr_t CBaseWnd::WindowProc(unsigned msg, uintptr_t wParam, intptr_t lParam) {
         return OnNotify(wParam, reinterpret_cast<NMHDR*>(lParam));
     case WM_BASEWND_REDRAW:
         return OnRedraw(wParam, lParam);
+    case WM_DPICHANGED:
+        return OnDPIChanged(wParam, reinterpret_cast<const QRect*>(lParam));
     default:
         return 0;
     }
@@ -203,41 +264,73 @@ bool CBaseWnd::event(QEvent* e) {
             WindowProc(message->m_msg, message->m_wParam, message->m_lParam);
         return true;
     }
+    if (IsInputEvent(e->type()) && PreTranslateMessage(e)) {
+        e->accept();
+        return true;
+    }
+    switch (e->type()) {
+    case QEvent::ToolTip: {
+        const QString text = GetTooltipText();
+        if (text.isEmpty())
+            break;
+        QToolTip::showText(static_cast<QHelpEvent*>(e)->globalPos(), text, this);
+        return true;
+    }
+    case QEvent::ScreenChangeInternal:
+        // The window moved to another screen.
+        m_dpiWatcher.WatchScreen();
+        UpdateDpiFromMonitor();
+        break;
+    case QEvent::ChildAdded: {
+        QObject* child = static_cast<QChildEvent*>(e)->child();
+        if (child && child->isWidgetType())
+            child->installEventFilter(this);
+        break;
+    }
+    case QEvent::ChildRemoved: {
+        QObject* child = static_cast<QChildEvent*>(e)->child();
+        if (child)
+            child->removeEventFilter(this);
+        break;
+    }
+    default:
+        break;
+    }
     return QWidget::event(e);
+}
+
+bool CBaseWnd::eventFilter(QObject* watched, QEvent* e) {
+    // The pointer went on into a child window: as on the original, that is a leave of this one.
+    if (e->type() == QEvent::Enter && watched->isWidgetType() && watched->parent() == this &&
+        !static_cast<QWidget*>(watched)->isWindow())
+        LeaveHover();
+    return QWidget::eventFilter(watched, e);
 }
 
 // --- timers ---------------------------------------------------------------------------------
 
 uintptr_t CBaseWnd::SetTimer(uintptr_t id, unsigned elapse) {
-    if (QThread::currentThread() != thread())
-        return 0;
-    m_timers[id].start(static_cast<int>(std::min<unsigned>(elapse, 0x7FFFFFFF)), Qt::PreciseTimer, this);
-    return id ? id : 1;
+    return m_timers.Set(this, id, elapse);
 }
 
 int CBaseWnd::KillTimer(uintptr_t id) {
-    if (QThread::currentThread() != thread())
-        return 0;
-    auto it = m_timers.find(id);
-    if (it == m_timers.end())
-        return 0;
-    it->second.stop();
-    m_timers.erase(it);
-    return 1;
+    return m_timers.Kill(this, id);
 }
 
 int CBaseWnd::IsTimerRunning(uintptr_t id) const {
-    auto it = m_timers.find(id);
-    return it != m_timers.end() && it->second.isActive() ? 1 : 0;
+    return m_timers.IsRunning(id);
 }
 
 void CBaseWnd::timerEvent(QTimerEvent* e) {
-    for (const auto& entry : m_timers) {
-        if (entry.second.timerId() == e->timerId()) {
-            const uintptr_t id = entry.first; // OnTimer may change the map
-            OnTimer(id);
-            return;
-        }
+    // Fading runs on its own timer, so that no id a subclass chooses can collide with it.
+    if (e->timerId() == m_fadeTimer.timerId()) {
+        FadeStep();
+        return;
+    }
+    uintptr_t id = 0;
+    if (m_timers.Find(e->timerId(), id)) {
+        OnTimer(id); // may change the map
+        return;
     }
     QWidget::timerEvent(e);
 }
@@ -329,12 +422,263 @@ QColor CBaseWnd::SetBkColor(const QColor& color) {
     return old;
 }
 
+const QBrush& CBaseWnd::GetBkBrush() {
+    if (m_bkBrush.style() == Qt::NoBrush || m_bkBrushColor != m_bkColor) {
+        m_bkBrush = QBrush(m_bkColor);
+        m_bkBrushColor = m_bkColor;
+    }
+    return m_bkBrush;
+}
+
+FONT_STYLE CBaseWnd::SetFont(FONT_STYLE style) {
+    const FONT_STYLE old = m_fontStyle;
+    if (style == old || style < 0 || style >= FONT_STYLE_COUNT)
+        return old;
+    m_fontStyle = style;
+    ApplyFont();
+    if (isVisible())
+        Redraw(nullptr, 1);
+    return old;
+}
+
+const QFont* CBaseWnd::GetFontPtr() const {
+    return m_uiSizeInfo ? &m_uiSizeInfo->fonts[m_fontStyle] : nullptr;
+}
+
+void CBaseWnd::ApplyFont() {
+    if (const QFont* f = GetFontPtr())
+        QWidget::setFont(*f);
+}
+
+void CBaseWnd::SetOpacity(unsigned opacity) {
+    m_opacity = std::min(opacity, 255u);
+    // Like a layered window, only a top-level window has an opacity of its own.
+    if (isWindow())
+        setWindowOpacity(m_opacity / 255.0);
+}
+
+void CBaseWnd::FadeIn(unsigned ms) {
+    if (!isVisible()) {
+        SetOpacity(0);
+        show();
+    }
+    FadeTo(255, ms);
+}
+
+void CBaseWnd::FadeOut(unsigned ms) {
+    FadeTo(0, ms);
+}
+
+void CBaseWnd::FadeTo(unsigned target, unsigned ms) {
+    m_fadeTarget = target;
+    const unsigned distance = target > m_opacity ? target - m_opacity : m_opacity - target;
+    const unsigned steps = std::max(1u, ms / TIMER_FADING_INTERVAL);
+    m_fadeStep = std::max(1u, (distance + steps - 1) / steps);
+    if (ms == 0 || distance == 0) {
+        m_fadeStep = distance;
+        FadeStep();
+        return;
+    }
+    m_fadeTimer.start(static_cast<int>(TIMER_FADING_INTERVAL), Qt::PreciseTimer, this);
+}
+
+void CBaseWnd::FadeStep() {
+    unsigned next = m_fadeTarget;
+    if (m_opacity < m_fadeTarget)
+        next = std::min(m_fadeTarget, m_opacity + m_fadeStep);
+    else if (m_opacity > m_fadeTarget)
+        next = m_opacity - std::min(m_opacity - m_fadeTarget, m_fadeStep);
+    SetOpacity(next);
+    if (m_opacity != m_fadeTarget)
+        return;
+    m_fadeTimer.stop();
+    if (m_fadeTarget == 0)
+        hide();
+}
+
+int CBaseWnd::CanGetFocus(int can) {
+    const int old = m_canGetFocus ? 1 : 0;
+    m_canGetFocus = can != 0;
+    setFocusPolicy(m_canGetFocus ? Qt::StrongFocus : Qt::NoFocus);
+    return old;
+}
+
+void CBaseWnd::SetBorder(int border) {
+    m_hasBorder = border != 0;
+    Invalidate();
+}
+
+void CBaseWnd::SetTransparent(int transparent) {
+    m_transparent = transparent != 0;
+    setAttribute(Qt::WA_OpaquePaintEvent, !m_transparent);
+    Invalidate();
+}
+
+void CBaseWnd::SetMinSize(const QSize& size) {
+    m_minSize = size;
+    ApplySizeLimits();
+}
+
+void CBaseWnd::SetMaxSize(const QSize& size) {
+    m_maxSize = size;
+    ApplySizeLimits();
+}
+
+void CBaseWnd::SetMaxTrackSize(const QSize& size) {
+    m_maxTrackSize = size;
+    ApplySizeLimits();
+}
+
+void CBaseWnd::OnGetMinMaxInfo(QSize& minTrackSize, QSize& maxTrackSize) const {
+    auto scaleX = [this](int v) {
+        return v == kNoSizeLimit || !m_uiSizeInfo ? v : m_uiSizeInfo->ScaledSizeX(v);
+    };
+    auto scaleY = [this](int v) {
+        return v == kNoSizeLimit || !m_uiSizeInfo ? v : m_uiSizeInfo->ScaledSizeY(v);
+    };
+    minTrackSize = QSize(scaleX(m_minSize.width()), scaleY(m_minSize.height()));
+    maxTrackSize = QSize(std::min(scaleX(m_maxSize.width()), scaleX(m_maxTrackSize.width())),
+                         std::min(scaleY(m_maxSize.height()), scaleY(m_maxTrackSize.height())));
+}
+
+void CBaseWnd::ApplySizeLimits() {
+    // Child windows are placed by their parents; the limits bind what the user can do to a window.
+    // A window that became a child drops the limits it had.
+    if (!isWindow()) {
+        if (m_limitsApplied) {
+            setMinimumSize(0, 0);
+            setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+            m_limitsApplied = false;
+        }
+        return;
+    }
+    m_limitsApplied = true;
+    QSize minSize, maxSize;
+    OnGetMinMaxInfo(minSize, maxSize);
+    setMinimumSize(QtSizeLimit(minSize.width()), QtSizeLimit(minSize.height()));
+    setMaximumSize(QtSizeLimit(maxSize.width()), QtSizeLimit(maxSize.height()));
+}
+
+void CBaseWnd::SetUISizeInfo(CUISizeInfo* info) {
+    m_uiSizeInfo = info;
+    ApplyFont();
+    ApplySizeLimits();
+}
+
+int CBaseWnd::UpdateDpiFromMonitor() {
+    if (!m_created || !CDpiWatcher::IsDpiRoot(this))
+        return 0;
+    const auto dpi = MonitorDpi(this);
+    const std::pair<unsigned, unsigned> old =
+        m_uiSizeInfo ? std::pair<unsigned, unsigned>(m_uiSizeInfo->DpiX(), m_uiSizeInfo->DpiY())
+                     : std::pair<unsigned, unsigned>(96, 96);
+    if (m_uiSizeInfo && dpi == old)
+        return 0;
+    const QRect rect = isWindow() ? CDpiWatcher::SuggestedRect(geometry(), old, dpi) : geometry();
+    SendMessage(WM_DPICHANGED, MakeDpiWParam(dpi.first, dpi.second), reinterpret_cast<intptr_t>(&rect));
+    return 1;
+}
+
+intptr_t CBaseWnd::OnDPIChanged(uintptr_t wParam, const QRect* rect) {
+    CUISizeInfo* info = &FindUISizeInfo(wParam & 0xFFFF, (wParam >> 16) & 0xFFFF);
+    if (info == m_uiSizeInfo)
+        return 1;
+    m_dpiChanging = true;
+    SetUISizeInfo(info);
+    CDpiWatcher::SendDpiToChildren(this, wParam);
+    const QRect target = rect ? *rect : geometry();
+    const QSize oldSize(m_clientWidth, m_clientHeight);
+    MoveWindow(target, 1);
+    // Sizes and fonts changed even when the rectangle did not: lay out anyway.
+    if (target.size() == oldSize)
+        OnSize(0, target.width(), target.height());
+    m_dpiChanging = false;
+    return 0;
+}
+
+void CBaseWnd::SetTooltipText(const QString& text) {
+    m_tooltipText = text;
+}
+
+QString CBaseWnd::GetTooltipText() const {
+    if (!m_tooltipText.isEmpty())
+        return m_tooltipText;
+    if (CBaseWnd* parent = GetParentWnd()) {
+        const QString text = parent->GetCtrlTooltip(m_ctrlId);
+        if (!text.isEmpty())
+            return text;
+    }
+    return toolTip();
+}
+
+void CBaseWnd::DragAcceptFiles(int accept) {
+    setAcceptDrops(accept != 0);
+}
+
+void CBaseWnd::dragEnterEvent(QDragEnterEvent* e) {
+    const QMimeData* data = e->mimeData();
+    bool anyFile = false;
+    if (data && data->hasUrls())
+        for (const QUrl& url : data->urls())
+            anyFile = anyFile || url.isLocalFile();
+    if (anyFile)
+        e->acceptProposedAction();
+    else
+        e->ignore();
+}
+
+void CBaseWnd::dropEvent(QDropEvent* e) {
+    QStringList paths;
+    if (const QMimeData* data = e->mimeData())
+        for (const QUrl& url : data->urls())
+            if (url.isLocalFile())
+                paths << url.toLocalFile();
+    if (paths.isEmpty()) {
+        e->ignore();
+        return;
+    }
+    e->acceptProposedAction();
+    OnDropObjects(paths);
+}
+
+void CBaseWnd::PaintClient(QPainter& painter, int width, int height) {
+    if (!m_transparent)
+        painter.fillRect(QRect(0, 0, width, height), m_bkColor);
+    if (const QFont* f = GetFontPtr())
+        painter.setFont(*f);
+    painter.save();
+    OnPaint(painter, width, height);
+    painter.restore();
+    if (m_hasBorder && width > 0 && height > 0) {
+        painter.save();
+        painter.setRenderHint(QPainter::Antialiasing, false);
+        painter.setPen(QPen(m_bkColor, 0));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRect(0, 0, width - 1, height - 1);
+        painter.restore();
+    }
+}
+
 void CBaseWnd::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    painter.fillRect(rect(), m_bkColor);
-    painter.save();
-    OnPaint(painter, width(), height());
-    painter.restore();
+    PaintClient(painter, width(), height());
+}
+
+QImage CBaseWnd::RenderClient() {
+    QImage image(std::max(0, width()), std::max(0, height()),
+                 m_transparent ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+    if (image.isNull())
+        return image;
+    if (m_transparent)
+        image.fill(Qt::transparent);
+    QPainter painter(&image);
+    PaintClient(painter, image.width(), image.height());
+    return image;
+}
+
+void CBaseWnd::showEvent(QShowEvent* e) {
+    QWidget::showEvent(e);
+    m_dpiWatcher.WatchScreen();
 }
 
 void CBaseWnd::OnPaint(QPainter&, int, int) {}
@@ -351,19 +695,26 @@ void CBaseWnd::OnSize(unsigned, int cx, int cy) {
 void CBaseWnd::AdjustCtrls(int, int) {}
 
 int CBaseWnd::GetDpi() const {
-    if (const DpiFunction function = g_dpiFunction.load())
-        return function(this);
-    const int dpi = logicalDpiX();
-    return dpi > 0 ? dpi : 96;
+    if (m_uiSizeInfo)
+        return static_cast<int>(m_uiSizeInfo->DpiX());
+    return static_cast<int>(MonitorDpi(this).first);
 }
 
 void CBaseWnd::SetDpiFunction(DpiFunction function) {
-    g_dpiFunction.store(function);
+    if (!function) {
+        SetDpiProvider(nullptr);
+        return;
+    }
+    SetDpiProvider([function](const QWidget* wnd) {
+        const int dpi = function(wnd);
+        const unsigned value = dpi > 0 ? static_cast<unsigned>(dpi) : 0u;
+        return std::pair<unsigned, unsigned>(value, value);
+    });
 }
 
 int CBaseWnd::ScaleByDpi(int value) const {
-    const int dpi = GetDpi();
-    return dpi == 96 ? value : value * dpi / 96;
+    return m_uiSizeInfo ? m_uiSizeInfo->ScaledSizeX(value)
+                        : CUISizeInfo::Scale(value, static_cast<unsigned>(GetDpi()));
 }
 
 // --- mouse ----------------------------------------------------------------------------------
@@ -449,6 +800,11 @@ void CBaseWnd::mouseReleaseEvent(QMouseEvent* e) {
 
 void CBaseWnd::mouseMoveEvent(QMouseEvent* e) {
     const QPoint pt = e->position().toPoint();
+    // A move that a child let pass is the child's; only a captured pointer reaches the window there.
+    if (e->buttons() == Qt::NoButton && IsOverChild(pt)) {
+        e->accept();
+        return;
+    }
     OnSetCursor(this, HTCLIENT, WM_MOUSEMOVE);
     OnMouseMove(MouseKeyFlags(e->buttons(), e->modifiers()), pt);
     e->accept();
@@ -456,10 +812,18 @@ void CBaseWnd::mouseMoveEvent(QMouseEvent* e) {
 
 void CBaseWnd::leaveEvent(QEvent* e) {
     QWidget::leaveEvent(e);
-    if (m_mouseHover) {
-        m_mouseHover = false;
-        OnMouseLeave();
-    }
+    LeaveHover();
+}
+
+void CBaseWnd::LeaveHover() {
+    if (!m_mouseHover)
+        return;
+    m_mouseHover = false;
+    OnMouseLeave();
+}
+
+bool CBaseWnd::IsOverChild(const QPoint& point) const {
+    return childAt(point) != nullptr;
 }
 
 void CBaseWnd::wheelEvent(QWheelEvent* e) {

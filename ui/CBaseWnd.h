@@ -4,12 +4,27 @@
 // an explicit mouse capture with its capture-changed handler, Qt input turned into the handlers of a
 // classic window procedure (MK_* flags, VK codes, 120 per wheel notch, double clicks that replace the
 // second press), and one paint entry for subclasses.
+//
+// On top of that it carries what every control shares: the CUISizeInfo of the monitor it lies on
+// (changed through OnDPIChanged when the screen or its dpi changes), a background colour from the
+// colour schema, a font style, hover tracking, tooltips, fading, and min and max sizes in unscaled
+// pixels. Painting goes through one OnPaint(painter, width, height) on Qt's backing store, which is
+// the off-screen surface: the window reaches the screen in one piece, so no subclass needs its own
+// buffer.
+#include "ui/CDpiWatcher.h"
+#include "ui/CUISizeInfo.h"
+#include "ui/CWndTimers.h"
 #include "ui/WinDefs.h"
 
 #include <QBasicTimer>
+#include <QBrush>
 #include <QColor>
 #include <QElapsedTimer>
+#include <QImage>
 #include <QPoint>
+#include <QSize>
+#include <QString>
+#include <QStringList>
 #include <QWidget>
 
 #include <cstdint>
@@ -21,16 +36,37 @@ namespace KELCTRL {
 
 class CBaseWnd : public QWidget {
 public:
-    // Returns the DPI of a window; replaceable so that tests can run at any DPI.
+    // Kept for existing callers: a DPI function installed here becomes the DpiProvider of
+    // ui/CUISizeInfo.h with the same value on both axes.
     using DpiFunction = int (*)(const QWidget* wnd);
+
+    // Milliseconds between two steps of FadeIn and FadeOut.
+    static constexpr unsigned TIMER_FADING_INTERVAL = 100;
+    // The object name a window gets when it is created without one.
+    static constexpr const char* DEF_WND_CLASS_NAME = "KelCtrlBaseWnd";
+    // A min or max size of this value means no limit and is never scaled.
+    static constexpr int kNoSizeLimit = 0x7FFFFFFF;
 
     explicit CBaseWnd(QWidget* parent = nullptr);
     ~CBaseWnd() override;
     CBaseWnd(const CBaseWnd&) = delete;
     CBaseWnd& operator=(const CBaseWnd&) = delete;
 
-    // Creation: parent, geometry and control id, then OnInitWnd and PostInitWnd. Returns 1.
+    // Creation: parent, the monitor's CUISizeInfo, geometry and control id, then OnInitWnd and
+    // PostInitWnd. Returns 1; 0 when the window already exists.
     virtual int Create(QWidget* parent, const QRect& rect, unsigned id, int visible = 1);
+    // Gets a chance at every input event before the window handles it; non-zero consumes it.
+    virtual int PreTranslateMessage(QEvent* e);
+    // Gives the keyboard focus back: to this window when it can take it, else up the parents.
+    virtual void ResetFocus();
+    // Controls refresh their enabled and checked states; the base has none.
+    virtual void UpdateCtrlStates(int redraw);
+    // Subclasses create their controls here when they do so outside OnInitWnd.
+    virtual void SetupCtrls();
+    // The tooltip of the child control with this id; empty for none.
+    virtual QString GetCtrlTooltip(unsigned id);
+    // Local files dropped on a window that accepts drops (DragAcceptFiles).
+    virtual void OnDropObjects(const QStringList& paths);
     // Runs OnDestroy, hides the window and marks it as not created.
     void DestroyWindow();
     // Created and not destroyed: the window can take messages.
@@ -81,12 +117,70 @@ public:
     virtual void AdjustCtrls(int width, int height);
     void AdjustCtrls() { AdjustCtrls(m_clientWidth, m_clientHeight); }
 
+    // Returns the old colour. The brush follows the colour, made when it is first asked for.
     QColor SetBkColor(const QColor& color);
     QColor GetBkColor() const { return m_bkColor; }
+    const QBrush& GetBkBrush();
 
+    // The font of the window's CUISizeInfo at this style. Returns the old style; a new style is
+    // painted at once when the window is visible.
+    FONT_STYLE SetFont(FONT_STYLE style);
+    FONT_STYLE GetFont() const { return m_fontStyle; }
+    // Null before the window has its CUISizeInfo.
+    const QFont* GetFontPtr() const;
+
+    // Opacity of a top-level window, 0 to 255.
+    void SetOpacity(unsigned opacity);
+    unsigned GetOpacity() const { return m_opacity; }
+    // Shows the window and raises its opacity to 255 over about `ms` milliseconds.
+    void FadeIn(unsigned ms);
+    // Lowers the opacity to 0 over about `ms` milliseconds, then hides the window.
+    void FadeOut(unsigned ms);
+    int IsFading() const { return m_fadeTimer.isActive() ? 1 : 0; }
+
+    int IsInited() const { return m_inited ? 1 : 0; }
     int IsMouseHover() const { return m_mouseHover ? 1 : 0; }
+    // Set while OnDPIChanged applies a new record and lays the window out again.
+    int IsDpiChanging() const { return m_dpiChanging ? 1 : 0; }
+    // Whether the window takes the keyboard focus; returns the old setting.
+    int CanGetFocus(int can);
+    int CanGetFocus() const { return m_canGetFocus ? 1 : 0; }
+    // A one-pixel frame in the background colour drawn over whatever OnPaint painted.
+    void SetBorder(int border);
+    int HasBorder() const { return m_hasBorder ? 1 : 0; }
+    // A transparent window fills no background: what lies under it shows where OnPaint paints nothing.
+    void SetTransparent(int transparent);
+    int IsTransparent() const { return m_transparent ? 1 : 0; }
 
-    // The window's DPI: the screen's logical DPI unless a DPI function is installed.
+    // Limits in unscaled pixels, scaled by the window's CUISizeInfo when applied (kNoSizeLimit
+    // stays as it is). They bind the size of top-level windows.
+    void SetMinSize(const QSize& size);
+    void SetMaxSize(const QSize& size);
+    void SetMaxTrackSize(const QSize& size);
+    QSize GetMinSize() const { return m_minSize; }
+    QSize GetMaxSize() const { return m_maxSize; }
+    QSize GetMaxTrackSize() const { return m_maxTrackSize; }
+    // The limits as the platform gets them.
+    void OnGetMinMaxInfo(QSize& minTrackSize, QSize& maxTrackSize) const;
+
+    // The record of sizes and fonts for this window's dpi. Null before Create.
+    void SetUISizeInfo(CUISizeInfo* info);
+    CUISizeInfo* GetUISizeInfo() const { return m_uiSizeInfo; }
+    // Asks the monitor for its dpi now; when it differs from the window's record, runs the
+    // DPI-change path (WM_DPICHANGED). Returns 1 when the dpi changed.
+    int UpdateDpiFromMonitor();
+
+    // The window's own tooltip. Without one, the parent's GetCtrlTooltip for this window's id.
+    void SetTooltipText(const QString& text);
+    QString GetTooltipText() const;
+
+    // Accepts local files dropped on the window; they arrive at OnDropObjects.
+    void DragAcceptFiles(int accept);
+
+    // Paints the client area exactly as the screen gets it, into a new image of the client size.
+    QImage RenderClient();
+
+    // The window's DPI (x axis): its record's, else its monitor's.
     int GetDpi() const;
     static void SetDpiFunction(DpiFunction function);
     // value * DPI / 96, truncated; no arithmetic at 96 DPI.
@@ -130,6 +224,10 @@ protected:
 
     virtual intptr_t OnNotify(uintptr_t ctrlId, NMHDR* header);
     virtual intptr_t OnRedraw(uintptr_t wParam, intptr_t lParam);
+    // The monitor dpi changed (wParam low word x, high word y; rect the suggested rectangle, null
+    // for the current one). Returns 1 when the window already has that dpi's record, else applies
+    // it, hands it to the windows inside, moves to the rectangle, lays out, and returns 0.
+    virtual intptr_t OnDPIChanged(uintptr_t wParam, const QRect* rect);
 
     bool event(QEvent* e) override;
     void paintEvent(QPaintEvent* e) override;
@@ -146,6 +244,10 @@ protected:
     void leaveEvent(QEvent* e) override;
     void timerEvent(QTimerEvent* e) override;
     void changeEvent(QEvent* e) override;
+    void showEvent(QShowEvent* e) override;
+    void dragEnterEvent(QDragEnterEvent* e) override;
+    void dropEvent(QDropEvent* e) override;
+    bool eventFilter(QObject* watched, QEvent* e) override;
 
 private:
     struct LastPress {
@@ -155,6 +257,15 @@ private:
     };
 
     void HandleSize(int width, int height);
+    // Background, OnPaint in a saved state, then the border.
+    void PaintClient(QPainter& painter, int width, int height);
+    void ApplySizeLimits();
+    void ApplyFont();
+    void FadeTo(unsigned target, unsigned ms);
+    void FadeStep();
+    // The pointer is over a child widget: moves there belong to the child, as on the original.
+    bool IsOverChild(const QPoint& point) const;
+    void LeaveHover();
     // Delivers a press, or a double click when it follows the last press closely enough.
     void DeliverPress(QMouseEvent* e);
     bool IsDoubleClick(const QMouseEvent* e) const;
@@ -166,11 +277,30 @@ private:
     int m_clientWidth = 0;
     int m_clientHeight = 0;
     QColor m_bkColor;
+    QBrush m_bkBrush;
+    QColor m_bkBrushColor;
+    bool m_hasBorder = false;
     bool m_mouseHover = false;
+    bool m_canGetFocus = false;
+    unsigned m_opacity = 255;
+    unsigned m_fadeTarget = 255;
+    unsigned m_fadeStep = 0;
+    QBasicTimer m_fadeTimer;
+    CUISizeInfo* m_uiSizeInfo = nullptr;
+    bool m_dpiChanging = false;
+    bool m_inited = false;
+    bool m_transparent = false;
+    bool m_limitsApplied = false;
+    QSize m_minSize{1, 1};
+    QSize m_maxSize{kNoSizeLimit, kNoSizeLimit};
+    QSize m_maxTrackSize{kNoSizeLimit, kNoSizeLimit};
+    FONT_STYLE m_fontStyle = FONT_STYLE_NORMAL;
+    QString m_tooltipText;
     LastPress m_lastPress;
     // Qt reports a double click as its own event besides the press that we already turned into one.
     bool m_swallowQtDblClick = false;
-    std::map<uintptr_t, QBasicTimer> m_timers;
+    CWndTimers m_timers;
+    CDpiWatcher m_dpiWatcher;
 };
 
 } // namespace KELCTRL

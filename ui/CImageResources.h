@@ -3,8 +3,8 @@
 // An image "name" of a resource type is looked for as "<prefix><name>[<dpi>]" for each supported dpi,
 // lower case: first as the Qt resource ":/<type>/<that>.png", then as the file "<folder>/<that>.png"
 // (folder: the working folder's skin/ or icon/). For example "skin_browser_back[144].png".
-#include "ui/CDpiAwareImage.h"
 #include "common/CImageDataInfo.h"
+#include "ui/CDpiAwareImage.h"
 
 #include <QImage>
 #include <QString>

@@ -13,6 +13,20 @@ class QWidget;
 
 namespace KELCTRL {
 
+// Index of one of the nine fonts of a CUISizeInfo: 14, 13, 12, 9, 8, 9, 9 bold, 13 and 8 points.
+enum FONT_STYLE {
+    FONT_STYLE_TITLE = 0,
+    FONT_STYLE_LARGE = 1,
+    FONT_STYLE_MEDIUM = 2,
+    FONT_STYLE_NORMAL = 3,
+    FONT_STYLE_SMALL = 4,
+    FONT_STYLE_ROW = 5,
+    FONT_STYLE_BOLD = 6,
+    FONT_STYLE_HEADING = 7,
+    FONT_STYLE_TINY = 8,
+    FONT_STYLE_COUNT = 9
+};
+
 class CUISizeInfo {
 public:
     // The fifteen sizes, called field 0 to field 14 everywhere; their order is fixed.

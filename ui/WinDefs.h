@@ -34,9 +34,17 @@ constexpr unsigned WM_KEYUP = 0x0101;
 constexpr unsigned WM_TIMER = 0x0113;
 constexpr unsigned WM_MOUSEMOVE = 0x0200;
 constexpr unsigned WM_CAPTURECHANGED = 0x0215;
+// The monitor dpi of a window changed: wParam the new dpi (low word x, high word y), lParam a
+// const QRect* with the suggested window rectangle, in the parent's coordinates for a child.
+constexpr unsigned WM_DPICHANGED = 0x02E0;
 constexpr unsigned WM_USER = 0x0400;
 // A worker thread's request to repaint a window (handled by OnRedraw).
 constexpr unsigned WM_BASEWND_REDRAW = 0x0403;
+
+// Packs a dpi pair the way WM_DPICHANGED carries it.
+constexpr uintptr_t MakeDpiWParam(unsigned dpiX, unsigned dpiY) {
+    return static_cast<uintptr_t>((dpiX & 0xFFFF) | (dpiY & 0xFFFF) << 16);
+}
 
 // Hit-test code of the client area, passed to OnSetCursor.
 constexpr unsigned HTCLIENT = 1;
