@@ -194,3 +194,18 @@ TEST_F(BaseWndBehaviour, PreTranslateMessageConsumesInputAndFocusSettings) {
     wnd.DestroyWindow();
     EXPECT_EQ(wnd.IsInited(), 0);
 }
+
+TEST_F(BaseWndBehaviour, ResetFocusGoesUpToTheFirstWindowThatTakesIt) {
+    HoverWnd top;
+    top.Create(nullptr, QRect(0, 0, 100, 100), 1, 1);
+    HoverWnd middle;
+    middle.Create(&top, QRect(0, 0, 50, 50), 2, 1);
+    HoverWnd leaf;
+    leaf.Create(&middle, QRect(0, 0, 20, 20), 3, 1);
+    top.CanGetFocus(1);
+    leaf.ResetFocus();
+    EXPECT_EQ(top.focusWidget(), &top) << "neither the leaf nor the middle takes focus";
+    middle.CanGetFocus(1);
+    leaf.ResetFocus();
+    EXPECT_EQ(top.focusWidget(), &middle);
+}
