@@ -1,6 +1,7 @@
 #include "tools/geometry/CNavigator.h"
 
 #include "imagewnd/CImageWnd.h"
+#include "ui/DllCursor.h"
 #include "ui/WinDefs.h"
 
 #include <QGuiApplication>
@@ -32,11 +33,11 @@ int CNavigator::OnSetCursor(QPoint) {
     if (!wnd || !wnd->HasImage())
         return 0;
     if (m_panning)
-        wnd->m_cursor = QCursor(Qt::ClosedHandCursor);
+        wnd->m_cursor = LoadDllCursor(CURSOR_GRABBING);
     else if (ClickZoomsIn())
-        wnd->m_cursor = QCursor(Qt::CrossCursor); // a click brings the point up to one to one
+        wnd->m_cursor = LoadDllCursor(CURSOR_ZOOM_IN); // a click brings the point up to one to one
     else
-        wnd->m_cursor = QCursor(Qt::OpenHandCursor);
+        wnd->m_cursor = LoadDllCursor(CURSOR_ZOOM);
     return 1;
 }
 

@@ -33,9 +33,10 @@ protected:
         return QPointF(out.x, out.y);
     }
 
+    // The image outlives the window that shows it.
+    CImageDataInfo image;
     CBaseWnd parent;
     CImageWnd wnd;
-    CImageDataInfo image;
     CNavigator nav;
 };
 

@@ -1,6 +1,6 @@
 // Guards against a tool left without a cursor: a missing skin image must give the standard shape, and
 // a skin image must become a bitmap cursor with its hot spot in the centre.
-#include "app/DllCursor.h"
+#include "ui/DllCursor.h"
 #include "ui/CImageResources.h"
 
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "app/DllCursor.h"
+#include "ui/DllCursor.h"
 
 #include "ui/CImageResources.h"
 
