@@ -1,0 +1,95 @@
+#pragma once
+// The sample product's main window: one canvas filling it, a thin strip with the zoom read-out and
+// the live adjustment, open by dialog or drop, save to a new name.
+#include "common/CImageDataInfo.h"
+#include "demo/CPhotoAdjustment.h"
+#include "imagefile/ImageFileTypes.h"
+#include "imagewnd/CImageWnd.h"
+#include "tools/geometry/CNavigator.h"
+#include "ui/CBaseWnd.h"
+
+#include <QString>
+
+class QLabel;
+class QSlider;
+class QToolButton;
+
+namespace kelphoto {
+
+class CKelPhotoApp;
+
+class CKelPhotoMainWnd : public KELCTRL::CBaseWnd {
+public:
+    explicit CKelPhotoMainWnd(CKelPhotoApp& app);
+    ~CKelPhotoMainWnd() override;
+
+    // Opens a photo. A file that cannot be read leaves the current image; with `report` the user is
+    // told why. Returns 1 on success.
+    int OpenFile(const QString& path, bool report, QString* error = nullptr);
+    // Writes the adjusted photo at full size. Refuses the original's own path unless `replaceOriginal`.
+    int SaveTo(const QString& path, bool replaceOriginal, QString* error = nullptr);
+    void OnCommand(unsigned short id);
+    // Writes the window to a PNG once the first processed image has been painted, then quits.
+    void ScheduleScreenshot(const QString& path, int delayMs);
+
+    KELCTRL::CImageWnd& Canvas() { return m_canvas; }
+    const QString& CurrentPath() const { return m_path; }
+    CPhotoAdjustment& Adjustment() { return m_adjustment; }
+    // Applies an adjustment as the sliders do (live on the visible part, then the whole image).
+    void ApplyAdjustment(const ADJUSTMENT& adjustment);
+    // The zoom read-out's text.
+    QString ZoomText() const;
+    // Painted frames of the canvas since the last image was set.
+    int CanvasPaintCount() const { return m_canvasPaints; }
+
+    static constexpr int kStripHeight = 36;
+
+protected:
+    void OnInitWnd() override;
+    void AdjustCtrls(int width, int height) override;
+    intptr_t OnNotify(uintptr_t ctrlId, KELCTRL::NMHDR* header) override;
+    void OnTimer(uintptr_t id) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    static void ProcessImage(const KELCTRL::CImageWnd* wnd, CImageDataInfo& dst, const CImageDataInfo& src,
+                             double zoom, int x, int y, const CImageDataInfo* fullSource);
+    void CreateStrip();
+    void OnSliderPressed();
+    void OnSliderMoved();
+    void OnSliderReleased();
+    void UpdateZoomLabel();
+    void ShowOpenDialog();
+    void ShowSaveDialog();
+    void TakeScreenshot();
+    QString DefaultSaveName() const;
+
+    CKelPhotoApp& m_app;
+    KELCTRL::CImageWnd m_canvas;
+    KELCTRL::IMGWND_TOOL::CNavigator m_navigator;
+    CPhotoAdjustment m_adjustment;
+
+    CImageDataInfo m_before; // the photo as loaded
+    CImageDataInfo m_image;  // what the canvas shows: the adjusted photo
+    ImageFile::FILEINFO m_info;
+    QString m_path;
+
+    QWidget* m_strip = nullptr;
+    QLabel* m_zoomLabel = nullptr;
+    QLabel* m_fileLabel = nullptr;
+    QSlider* m_exposure = nullptr;
+    QSlider* m_contrast = nullptr;
+    bool m_sliderHeld = false;
+
+    QString m_screenshotPath;
+    int m_screenshotDelayMs = 0;
+    int m_canvasPaints = 0;
+
+    static constexpr uintptr_t TIMER_SCREENSHOT = 301;
+    static constexpr unsigned kCanvasId = 100;
+};
+
+} // namespace kelphoto

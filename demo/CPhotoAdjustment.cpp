@@ -1,0 +1,88 @@
+#include "demo/CPhotoAdjustment.h"
+
+#include "imageprocess/ImageProcess.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kelphoto {
+
+namespace {
+double ToLinear(double v) {
+    return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+}
+double ToEncoded(double v) {
+    return v <= 0.0031308 ? v * 12.92 : 1.055 * std::pow(v, 1.0 / 2.4) - 0.055;
+}
+} // namespace
+
+CPhotoAdjustment::CPhotoAdjustment() : m_curve(BuildCurve(ADJUSTMENT())) {}
+
+std::vector<unsigned short> CPhotoAdjustment::BuildCurve(const ADJUSTMENT& a) {
+    std::vector<unsigned short> curve(65536);
+    const double gain = std::pow(2.0, a.exposure);
+    const double k = std::clamp(a.contrast, -100, 100) / 100.0;
+    for (int i = 0; i < 65536; ++i) {
+        double v = ToEncoded(std::min(1.0, ToLinear(i / 65535.0) * gain));
+        // Contrast: blend towards a smoothstep S around 0.5 (k > 0) or towards flat grey (k < 0).
+        const double s = v * v * (3.0 - 2.0 * v);
+        v = k >= 0 ? v + k * (s - v) : v + k * 0.5 * (v - 0.5);
+        curve[i] = static_cast<unsigned short>(std::lround(std::clamp(v, 0.0, 1.0) * 65535.0));
+    }
+    // Rounding must never make the curve step backwards.
+    for (int i = 1; i < 65536; ++i)
+        curve[i] = std::max(curve[i], curve[i - 1]);
+    return curve;
+}
+
+void CPhotoAdjustment::Set(const ADJUSTMENT& adjustment) {
+    std::vector<unsigned short> curve = BuildCurve(adjustment);
+    std::lock_guard<std::mutex> g(m_lock);
+    m_adjustment = adjustment;
+    m_curve.swap(curve);
+}
+
+ADJUSTMENT CPhotoAdjustment::Get() const {
+    std::lock_guard<std::mutex> g(m_lock);
+    return m_adjustment;
+}
+
+void CPhotoAdjustment::SetLocalMask(const CSelectedRegion* mask, double exposure) {
+    ADJUSTMENT local = Get();
+    local.exposure += exposure;
+    std::vector<unsigned short> curve = BuildCurve(local);
+    std::lock_guard<std::mutex> g(m_lock);
+    m_mask = mask;
+    m_localCurve.swap(curve);
+}
+
+bool CPhotoAdjustment::Process(CImageDataInfo& dst, const CImageDataInfo& src, int x, int y) const {
+    if (!src.IsValid(true))
+        return false;
+    if ((dst.width != src.width || dst.height != src.height || !dst.SameFormat(src)) &&
+        !dst.Create(src.width, src.height, src.channels, src.depth))
+        return false;
+    std::lock_guard<std::mutex> g(m_lock);
+    if (!ImageProcess::ApplyCurveToImage(dst, src, m_curve.data(), 0, 0, nullptr))
+        return false;
+    if (!m_mask || m_mask->data.empty() || m_localCurve.empty())
+        return true;
+    // The local adjustment: the brighter result blended in through the part of the painted mask
+    // that covers this rectangle.
+    CSelectedRegion part;
+    if (!part.Create(src.width, src.height, 0))
+        return false;
+    part.x = x;
+    part.y = y;
+    if (!ImageProcess::CopyRegion(part, *m_mask))
+        return true; // the mask does not reach this rectangle
+    part.x = 0;
+    part.y = 0;
+    CImageDataInfo local;
+    if (!local.Create(src.width, src.height, src.channels, src.depth) ||
+        !ImageProcess::ApplyCurveToImage(local, src, m_localCurve.data(), 0, 0, nullptr))
+        return false;
+    return ImageProcess::CopyImage(local, dst, 0, 0, 0, 0, src.width, src.height, &part, true, nullptr);
+}
+
+} // namespace kelphoto
