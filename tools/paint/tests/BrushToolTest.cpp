@@ -1,0 +1,247 @@
+// Guards the brush tool on a real canvas: strokes from press to pixels, clicks, strokes leaving the
+// window, unloading mid-stroke, the wheel, the key poll, the cursor and the order of notifications.
+#include "BrushToolTestSupport.h"
+
+using namespace brush_tool_testing;
+
+namespace {
+
+constexpr unsigned kLoaded = IImageWndTool::NOTIFY_LOADED;
+constexpr unsigned kUnloaded = IImageWndTool::NOTIFY_UNLOADED;
+constexpr unsigned kChanged = CBrushTool::NOTIFY_BRUSHCHANGED;
+constexpr unsigned kStarted = CBrushTool::NOTIFY_STARTPAINTING;
+constexpr unsigned kEnded = CBrushTool::NOTIFY_ENDPAINTING;
+
+using Codes = std::vector<unsigned>;
+
+} // namespace
+
+class BrushTool : public BrushToolFixture {};
+
+TEST_F(BrushTool, StrokeFedFromAThreadPaintsTheExpectedMaskAndShowsIt) {
+    const double outer = LoadHardBrush(4.0); // spacing at most 1: a dab on every step
+    ASSERT_GE(outer, 1.0);
+    const TPoint<int> start{20, 30};
+    const std::vector<TPoint<int>> fed = {{23, 30}, {26, 33}, {40, 33}, {40, 60},
+                                          {90, 75}, {91, 75}, {150, 20}};
+    mouse.Press(Client(start));
+    ASSERT_EQ(tool.IsPainting(), 1);
+    FeedFromThread(fed);
+    mouse.Release(Client(fed.back()));
+    EXPECT_EQ(tool.IsPainting(), 0);
+    EXPECT_EQ(tool.IsPainted(), 1);
+    const auto path = Path(start, fed);
+    ExpectUnionOfDiscs(path, outer);
+    // The host's edit shows the mask in the window's image, and nowhere else.
+    for (const auto& p : path)
+        ASSERT_EQ(kel_testing::GetValue(image, p.x, p.y, 1), 255) << p.x << "," << p.y;
+    EXPECT_EQ(kel_testing::GetValue(image, 10, 120, 1), 100);
+    EXPECT_EQ(kel_testing::GetValue(before, 40, 33, 1), 100); // the before-image is never touched
+}
+
+TEST_F(BrushTool, ClickWithoutMovementMakesExactlyOneDab) {
+    const double outer = LoadHardBrush(6.0);
+    mouse.Press(Client({60, 40}));
+    mouse.Release(Client({60, 40}));
+    EXPECT_EQ(tool.GetDabCount(), 1u);
+    ExpectUnionOfDiscs({{60, 40}}, outer);
+}
+
+TEST_F(BrushTool, StrokeLeavingTheWindowKeepsPaintingClippedToTheImage) {
+    LoadHardBrush(3.0);
+    // The image lies in the middle of the 400 x 300 window; x = 600 is beyond the window's right edge.
+    ASSERT_GT(Client({600, 20}).x(), wnd.width());
+    mouse.Press(Client({150, 20}));
+    // Real moves, as the platform delivers them while the button is held: outside, down, back in.
+    for (const TPoint<int> p :
+         {TPoint<int>{600, 20}, TPoint<int>{600, 100}, TPoint<int>{150, 100}, TPoint<int>{150, -40}})
+        mouse.Move(Client(p));
+    mouse.Release(Client({150, -40}));
+    const CSelectedRegion* mask = tool.GetCanvas(0, -1);
+    ASSERT_NE(mask, nullptr);
+    EXPECT_EQ(mask->Row(20)[199], 0xFFFF);  // on the way out
+    EXPECT_EQ(mask->Row(100)[199], 0xFFFF); // back in on another row: the stroke went on outside
+    EXPECT_EQ(mask->Row(100)[160], 0xFFFF);
+    EXPECT_EQ(mask->Row(0)[150], 0xFFFF); // and out over the top
+    EXPECT_EQ(mask->Row(60)[199], 0);     // the leg outside left nothing inside
+    EXPECT_EQ(mask->Row(60)[100], 0);
+}
+
+TEST_F(BrushTool, UnloadingDuringAStrokeEndsTheStrokeFirst) {
+    LoadHardBrush(4.0);
+    mouse.Press(Client({30, 30}));
+    FeedFromThread({{31, 30}, {50, 30}});
+    ASSERT_EQ(tool.IsPainting(), 1);
+    wnd.UnloadTool(&tool, 1);
+    EXPECT_EQ(tool.IsPainting(), 0);
+    EXPECT_FALSE(tool.GetMouseTracker().IsTracking());
+    const Codes codes = panel.Codes();
+    ASSERT_GE(codes.size(), 3u);
+    EXPECT_EQ((Codes(codes.end() - 3, codes.end())), (Codes{kStarted, kEnded, kUnloaded}));
+    // Every point fed before the unload was painted; the canvas went back to its start afterwards.
+    EXPECT_GE(tool.GetDabCount(), 20u);
+    EXPECT_EQ(tool.GetCanvas(0, -1), nullptr);
+    mouse.Release(Client({50, 30}));
+    // Loaded again, the threads run again and strokes paint.
+    wnd.LoadTool(&tool);
+    ASSERT_EQ(tool.WaitMasksBuilt(10000), 1);
+    mouse.Press(Client({80, 80}));
+    mouse.Release(Client({80, 80}));
+    ASSERT_NE(tool.GetCanvas(0, -1), nullptr);
+    EXPECT_EQ(tool.GetCanvas(0, -1)->Row(80)[80], 0xFFFF);
+}
+
+TEST_F(BrushTool, WheelChangesSizeAndWithShiftTheFeather) {
+    wnd.LoadTool(&tool);
+    tool.SetBrush(CBrush(50, 50, 100, 100));
+    panel.Clear();
+    EXPECT_TRUE(mouse.Wheel(Client({50, 50}), 120));
+    EXPECT_EQ(tool.GetBrush().size, 52);
+    EXPECT_EQ(tool.OnMouseWheel(0, -120, QPoint()), 1);
+    EXPECT_EQ(tool.OnMouseWheel(0, -1, QPoint()), 1);
+    EXPECT_EQ(tool.GetBrush().size, 48);
+    EXPECT_EQ(tool.OnMouseWheel(MK_SHIFT, 120, QPoint()), 1);
+    EXPECT_EQ(tool.GetBrush().feather, 52);
+    EXPECT_EQ(tool.GetBrush().size, 48);
+    EXPECT_EQ(tool.OnMouseWheel(MK_SHIFT | MK_CONTROL, -120, QPoint()), 1); // Shift decides
+    EXPECT_EQ(tool.GetBrush().feather, 50);
+    EXPECT_EQ(tool.OnMouseWheel(MK_CONTROL, 120, QPoint()), 0); // any other key: not the brush's
+    EXPECT_EQ(tool.GetBrush().size, 48);
+    EXPECT_EQ(panel.Codes(), (Codes{kChanged, kChanged, kChanged, kChanged, kChanged}));
+    // Clamped at the ends of the ranges.
+    tool.SetBrush(CBrush(99, 1, 100, 100));
+    tool.OnMouseWheel(0, 120, QPoint());
+    tool.OnMouseWheel(0, 120, QPoint());
+    tool.OnMouseWheel(MK_SHIFT, -120, QPoint());
+    EXPECT_EQ(tool.GetBrush().size, 100);
+    EXPECT_EQ(tool.GetBrush().feather, 0);
+    tool.SetBrush(CBrush(2, 99, 100, 100));
+    tool.OnMouseWheel(0, -120, QPoint());
+    tool.OnMouseWheel(MK_SHIFT, 120, QPoint());
+    EXPECT_EQ(tool.GetBrush().size, 1);
+    EXPECT_EQ(tool.GetBrush().feather, 100);
+    // The radii follow the scale: feather widens only the outer radius.
+    const BRUSH_RADII r = CalcBrushRadii(1, 100, 1.0, CBrushTool::GetMaxRadius());
+    EXPECT_DOUBLE_EQ(tool.GetImageInner(), r.imageInner);
+    EXPECT_DOUBLE_EQ(tool.GetImageOuter(), r.imageOuter);
+}
+
+TEST_F(BrushTool, NotificationsArriveInOrder) {
+    wnd.LoadTool(&tool);
+    mouse.Press(Client({40, 40}));
+    mouse.Release(Client({41, 40}));
+    tool.OnMouseWheel(0, 120, QPoint());
+    wnd.UnloadTool(&tool, 1);
+    EXPECT_EQ(panel.Codes(), (Codes{kLoaded, kStarted, kEnded, kChanged, kUnloaded}));
+}
+
+namespace {
+
+// Hears the key poll, as tools built on the brush do.
+class PollingBrushTool : public CBrushTool {
+public:
+    PollingBrushTool() { m_eventMask |= EVENTMASK_TIMER; }
+};
+
+} // namespace
+
+TEST_F(BrushTool, KeyPollTurnsShiftIntoAutoMask) {
+    PollingBrushTool polling;
+    polling.SetNotifyWnd(&panel);
+    wnd.LoadTool(&polling);
+    EXPECT_TRUE(wnd.IsTimerRunning(CBrushTool::TIMER_KEYSTATE));
+    EXPECT_EQ(polling.OnTimer(CBrushTool::TIMER_KEYSTATE + 1), 0);
+    panel.Clear();
+    kel_qt_test::SendKey(wnd, QEvent::KeyPress, Qt::Key_Shift, Qt::ShiftModifier);
+    EXPECT_EQ(polling.OnTimer(CBrushTool::TIMER_KEYSTATE), 1);
+    EXPECT_EQ(polling.IsForceAutoMask(), 1);
+    EXPECT_EQ(polling.IsAutoMask(), 1);
+    EXPECT_EQ(polling.OnTimer(CBrushTool::TIMER_KEYSTATE), 1); // no change, no notification
+    kel_qt_test::SendKey(wnd, QEvent::KeyRelease, Qt::Key_Shift);
+    polling.OnTimer(CBrushTool::TIMER_KEYSTATE);
+    EXPECT_EQ(polling.IsForceAutoMask(), 0);
+    EXPECT_EQ(panel.Codes(), (Codes{kChanged, kChanged}));
+    wnd.UnloadTool(&polling, 1);
+    EXPECT_FALSE(wnd.IsTimerRunning(CBrushTool::TIMER_KEYSTATE));
+}
+
+TEST_F(BrushTool, CursorIsACentredRingUpTo128PixelsThenDrawnByTheCanvas) {
+    wnd.LoadTool(&tool);
+    tool.SetBrush(CBrush(10, 100, 100, 100));
+    const QCursor* cursor = tool.GetCursor();
+    ASSERT_NE(cursor, nullptr);
+    const int side = static_cast<int>(std::ceil(tool.GetDisplayOuter())) * 2 + 9;
+    ASSERT_LE(side, CBrushTool::CURSOR_MAX_SIDE);
+    EXPECT_EQ(tool.IsRingOnCanvas(), 0);
+    EXPECT_EQ(cursor->pixmap().width(), side);
+    EXPECT_EQ(cursor->hotSpot(), QPoint(side / 2, side / 2));
+    // The plus of painting is at the hot spot; the corner stays transparent.
+    const QImage bitmap = cursor->pixmap().toImage();
+    EXPECT_GT(qAlpha(bitmap.pixel(side / 2, side / 2)), 0);
+    EXPECT_EQ(qAlpha(bitmap.pixel(0, 0)), 0);
+
+    tool.SetBrush(CBrush(100, 100, 100, 100));
+    ASSERT_GT(std::ceil(tool.GetDisplayOuter()) * 2 + 9, CBrushTool::CURSOR_MAX_SIDE);
+    EXPECT_EQ(tool.IsRingOnCanvas(), 1);
+    ASSERT_NE(tool.GetCursor(), nullptr);
+    EXPECT_EQ(tool.GetCursor()->shape(), Qt::CrossCursor);
+    // Over the window the canvas draws the ring: white on the hard radius.
+    const QPoint at(200, 150);
+    const QImage plain = wnd.RenderClient();
+    mouse.Move(at);
+    const QImage ringed = wnd.RenderClient();
+    const int rx = at.x() + static_cast<int>(std::lround(tool.GetDisplayInner()));
+    ASSERT_LT(rx, ringed.width());
+    EXPECT_NE(plain.pixel(rx, at.y()), ringed.pixel(rx, at.y()));
+    EXPECT_GT(qGray(ringed.pixel(rx, at.y())), 200);
+    tool.OnMouseLeave();
+    EXPECT_EQ(wnd.RenderClient().pixel(rx, at.y()), plain.pixel(rx, at.y()));
+}
+
+TEST_F(BrushTool, CanvasOperations) {
+    wnd.LoadTool(&tool);
+    EXPECT_EQ(tool.IsPainted(), 0);
+    CSelectedRegion start;
+    ASSERT_TRUE(start.Create(kW, kH, 0));
+    start.Row(10)[10] = 0xFFFF;
+    tool.SetCanvas(&start, 1);
+    EXPECT_EQ(tool.GetSrcCanvas(-1), &start);
+    EXPECT_EQ(tool.GetCanvas(0, -1)->Row(10)[10], 0xFFFF);
+    EXPECT_EQ(kel_testing::GetValue(image, 10, 10, 0), 255); // refreshed through the host's edit
+    // A region of another size: the overlap is copied into a blank canvas of the image's size.
+    CSelectedRegion part;
+    ASSERT_TRUE(part.Create(20, 20, 0x4000));
+    part.x = 190;
+    part.y = 140;
+    tool.SetCanvas(&part, 0);
+    const CSelectedRegion* canvas = tool.GetCanvas(0, -1);
+    ASSERT_EQ(canvas->width, kW);
+    EXPECT_EQ(canvas->Row(145)[195], 0x4000);
+    EXPECT_EQ(canvas->Row(10)[10], 0);
+    // Unusable: blank, no source.
+    CSelectedRegion broken;
+    broken.width = 5;
+    tool.SetCanvas(&broken, 0);
+    EXPECT_EQ(tool.GetSrcCanvas(-1), nullptr);
+    EXPECT_EQ(tool.GetCanvas(0, -1)->Row(145)[195], 0);
+    // Modify keeps the former source and marks the canvas painted.
+    tool.SetCanvas(&start, 0);
+    tool.ModifyCanvas(&part, 0);
+    EXPECT_EQ(tool.GetSrcCanvas(-1), &start);
+    EXPECT_EQ(tool.IsPainted(), 1);
+    // Swap hands the buffers over without copying.
+    CSelectedRegion other;
+    ASSERT_TRUE(other.Create(kW, kH, 0x1111));
+    const unsigned char* otherBuffer = other.data.data();
+    tool.SwapCanvas(&other, 0);
+    EXPECT_EQ(tool.GetCanvas(0, -1)->data.data(), otherBuffer);
+    EXPECT_EQ(tool.GetCanvas(0, -1)->Row(0)[0], 0x1111);
+    EXPECT_EQ(other.Row(145)[195], 0x4000);
+    // Reset goes back to the source.
+    tool.Reset();
+    EXPECT_EQ(tool.IsPainted(), 0);
+    EXPECT_EQ(tool.GetCanvas(0, -1)->Row(10)[10], 0xFFFF);
+    EXPECT_EQ(tool.GetCanvas(0, -1)->Row(0)[0], 0);
+    EXPECT_EQ(tool.GetCanvas(1, -1), nullptr); // no display mask at 1:1
+    EXPECT_EQ(tool.GetCanvas(0, 5), nullptr);
+}
