@@ -245,3 +245,42 @@ TEST_F(BrushTool, CanvasOperations) {
     EXPECT_EQ(tool.GetCanvas(1, -1), nullptr); // no display mask at 1:1
     EXPECT_EQ(tool.GetCanvas(0, 5), nullptr);
 }
+
+TEST_F(BrushTool, ZoomedOutStrokePaintsBothMasksAtTheirScales) {
+    CImageDataInfo big, bigBefore;
+    ASSERT_TRUE(kel_testing::MakeConstant(big, 800, 600, 3, 1, 100));
+    ASSERT_TRUE(kel_testing::MakeConstant(bigBefore, 800, 600, 3, 1, 100));
+    ASSERT_EQ(wnd.SetImage(big, &bigBefore), 1);
+    wnd.SetZoom(ZOOM_TYPE_FIT, nullptr, nullptr);
+    ASSERT_EQ(wnd.IsZoomedOut(), 1);
+    const double zoom = wnd.GetZoomValue();
+    wnd.LoadTool(&tool);
+    tool.SetBrush(CBrush(10, 0, 100, 100));
+    ASSERT_EQ(tool.WaitMasksBuilt(10000), 1);
+    ASSERT_NE(tool.GetCanvas(1, -1), nullptr);
+    EXPECT_EQ(tool.GetCanvas(1, -1)->width, wnd.GetZoomedSize().width);
+    // The brush keeps its size on screen: the image radius is the display radius over the zoom.
+    EXPECT_DOUBLE_EQ(tool.GetImageOuter(), tool.GetDisplayOuter() / zoom);
+
+    const QPoint click = Client({400, 300});
+    mouse.Press(click);
+    mouse.Release(click);
+    EXPECT_EQ(tool.GetDabCount(), 1u);
+    TPoint<double> at;
+    wnd.PointWnd2Image(click.x(), click.y(), at);
+    const TPoint<int> p(static_cast<int>(std::floor(at.x)), static_cast<int>(std::floor(at.y)));
+    const TPoint<int> zp(static_cast<int>(std::floor(p.x * zoom + 0.5)),
+                         static_cast<int>(std::floor(p.y * zoom + 0.5)));
+    const CSelectedRegion* mask = tool.GetCanvas(0, -1);
+    const CSelectedRegion* shown = tool.GetCanvas(1, -1);
+    ASSERT_NE(mask, nullptr);
+    ASSERT_NE(shown, nullptr);
+    const int imageR = static_cast<int>(std::floor(tool.GetImageOuter()));
+    const int displayR = static_cast<int>(std::floor(tool.GetDisplayOuter()));
+    EXPECT_EQ(mask->Row(p.y)[p.x + imageR], 0xFFFF);
+    EXPECT_EQ(mask->Row(p.y)[p.x + imageR + 2], 0);
+    EXPECT_EQ(shown->Row(zp.y)[zp.x + displayR], 0xFFFF);
+    EXPECT_EQ(shown->Row(zp.y)[zp.x + displayR + 2], 0);
+    wnd.UnloadTool(&tool, 1);
+    ASSERT_EQ(wnd.SetImage(image, &before), 1);
+}
