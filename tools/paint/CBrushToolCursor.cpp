@@ -66,8 +66,10 @@ void CBrushTool::UpdateCursor() {
         return;
     }
     m_ringOnCanvas = 0;
-    QImage bitmap(side, side, QImage::Format_ARGB32);
-    bitmap.fill(QColor::fromRgba(0x00C0C0C0));
+    // Premultiplied: painted in place and made a pixmap without a conversion pass. Fully transparent
+    // pixels carry no colour in this form.
+    QImage bitmap(side, side, QImage::Format_ARGB32_Premultiplied);
+    bitmap.fill(Qt::transparent);
     const int c = side / 2;
     {
         QPainter painter(&bitmap);
