@@ -1,6 +1,7 @@
 // Guards the brush tool on a real canvas: strokes from press to pixels, clicks, strokes leaving the
 // window, unloading mid-stroke, the wheel, the key poll, the cursor and the order of notifications.
 #include "BrushToolTestSupport.h"
+#include "common/event_signal.h"
 
 using namespace brush_tool_testing;
 
@@ -283,4 +284,76 @@ TEST_F(BrushTool, ZoomedOutStrokePaintsBothMasksAtTheirScales) {
     EXPECT_EQ(shown->Row(zp.y)[zp.x + displayR + 2], 0);
     wnd.UnloadTool(&tool, 1);
     ASSERT_EQ(wnd.SetImage(image, &before), 1);
+}
+
+namespace {
+
+// A tool's own process callback: 255 where the mask (in the output's coordinates) is painted. It
+// records whether it ran off the interface thread, and signals every call.
+struct CallbackRecord {
+    std::atomic<int> calls{0};
+    std::atomic<int> offUiThread{0};
+    std::atomic<int> badPlacement{0};
+    event_signal called{false};
+    std::thread::id uiThread;
+};
+CallbackRecord* g_record = nullptr;
+
+void MarkUnderMask(const CBrushTool*, CImageDataInfo& out, const CImageDataInfo& in, CSelectedRegion* mask,
+                   int x, int y) {
+    if (mask->x != -x || mask->y != -y)
+        g_record->badPlacement.fetch_add(1);
+    for (int j = 0; j < out.height; ++j)
+        for (int i = 0; i < out.width; ++i) {
+            const int mx = i - mask->x, my = j - mask->y;
+            const bool painted =
+                mx >= 0 && my >= 0 && mx < mask->width && my < mask->height && mask->Row(my)[mx] >= 0x8000;
+            for (int c = 0; c < out.channels; ++c)
+                kel_testing::SetValue(out, i, j, c,
+                                      painted ? 255 : kel_testing::GetValue(in, i + x, j + y, c));
+        }
+    if (std::this_thread::get_id() != g_record->uiThread)
+        g_record->offUiThread.fetch_add(1);
+    g_record->calls.fetch_add(1);
+    g_record->called.set();
+}
+
+} // namespace
+
+TEST_F(BrushTool, OwnCallbackRefreshesDuringTheStrokeAndAfterProcessing) {
+    CallbackRecord record;
+    record.uiThread = std::this_thread::get_id();
+    g_record = &record;
+    wnd.SetProcessImageFunc(nullptr); // the host's edit would only be overwritten
+    LoadHardBrush(4.0);
+    tool.SetProcessCallback(&MarkUnderMask);
+    // Unpainted and without a starting mask, processing leaves the callback out.
+    record.calls.store(0);
+    wnd.EnterAdjustingMode();
+    wnd.AdjustImage(0);
+    wnd.ExitAdjustingMode();
+    EXPECT_EQ(record.calls.load(), 0);
+
+    mouse.Press(Client({50, 50}));
+    record.called.reset();
+    FeedFromThread({{60, 50}, {60, 70}});
+    // The painting thread refreshes the dirty rectangle through the callback before the release.
+    ASSERT_EQ(record.called.wait(10000), 0);
+    EXPECT_GE(record.offUiThread.load(), 1);
+    mouse.Release(Client({60, 70}));
+    const int duringStroke = record.calls.load();
+    // After the stroke the window processes its image again and the tool applies the callback there,
+    // on the interface thread this time.
+    EXPECT_GT(duringStroke, 0);
+    EXPECT_EQ(record.badPlacement.load(), 0);
+    for (const auto& p : Path({50, 50}, {{60, 50}, {60, 70}}))
+        ASSERT_EQ(kel_testing::GetValue(image, p.x, p.y, 2), 255) << p.x << "," << p.y;
+    EXPECT_EQ(kel_testing::GetValue(image, 150, 120, 2), 100);
+    // With post-processing off, a new pass shows the image without the mask.
+    tool.EnablePostProcess(0);
+    wnd.EnterAdjustingMode();
+    wnd.AdjustImage(0);
+    wnd.ExitAdjustingMode();
+    EXPECT_EQ(kel_testing::GetValue(image, 55, 50, 2), 100);
+    g_record = nullptr;
 }
