@@ -1,6 +1,7 @@
 // CBrushTool: the ring cursor. Up to 128 pixels it is a cursor bitmap with its hot spot at the centre;
 // beyond that the canvas draws the ring over a small cross cursor, since large cursors are refused or
 // clipped by many platforms.
+#include "common/CFunctionTimeCost.h"
 #include "imagewnd/CImageWnd.h"
 #include "tools/paint/CBrushTool.h"
 
@@ -52,6 +53,7 @@ void CBrushTool::DrawRing(QPainter& painter, double cx, double cy) {
 }
 
 void CBrushTool::UpdateCursor() {
+    CFunctionTimeCost timeCost("KELCTRL::IMGWND_TOOL::CBrushTool::UpdateCursor");
     CImageWnd* wnd = Wnd();
     if (!wnd || !wnd->HasImage()) {
         m_hasCursor = 0;
