@@ -18,6 +18,7 @@
 #include <QPixmap>
 #include <QSlider>
 #include <QTimer>
+#include <QToolButton>
 
 #include <cmath>
 
@@ -32,6 +33,7 @@ CKelPhotoMainWnd::CKelPhotoMainWnd(CKelPhotoApp& app) : m_app(app) {
 
 CKelPhotoMainWnd::~CKelPhotoMainWnd() {
     m_canvas.removeEventFilter(this);
+    m_adjustment.SetLocalMask(nullptr, nullptr, 0.0);
     m_canvas.UnloadAllTools();
 }
 
@@ -72,6 +74,15 @@ void CKelPhotoMainWnd::CreateStrip() {
     };
     m_exposure = addSlider("IDS_KELPHOTO_EXPOSURE", -300, 300); // EV x 100
     m_contrast = addSlider("IDS_KELPHOTO_CONTRAST", -100, 100);
+    m_brushButton = new QToolButton(m_strip);
+    m_brushButton->setText(GetDictText("IDS_KELPHOTO_BRUSH"));
+    m_brushButton->setCheckable(true);
+    m_brushButton->setFocusPolicy(Qt::NoFocus);
+    QObject::connect(m_brushButton, &QToolButton::toggled, this, [this](bool on) {
+        if (on != m_brushLoaded)
+            SetBrushMode(on, false);
+    });
+    layout->addWidget(m_brushButton);
     layout->addStretch(1);
     m_fileLabel = new QLabel(m_strip);
     layout->addWidget(m_fileLabel);
@@ -88,11 +99,11 @@ void CKelPhotoMainWnd::AdjustCtrls(int width, int height) {
 // ------------------------------------------------------------------ the processing function
 
 void CKelPhotoMainWnd::ProcessImage(const CImageWnd* wnd, CImageDataInfo& dst, const CImageDataInfo& src,
-                                    double, int x, int y, const CImageDataInfo*) {
+                                    double zoom, int x, int y, const CImageDataInfo*) {
     // Runs on the adjust thread as well: it reads only the adjustment, which has its own lock.
     auto* self = wnd ? dynamic_cast<CKelPhotoMainWnd*>(wnd->parentWidget()) : nullptr;
     if (self)
-        self->m_adjustment.Process(dst, src, x, y);
+        self->m_adjustment.Process(dst, src, x, y, zoom);
 }
 
 void CKelPhotoMainWnd::OnSliderPressed() {
@@ -128,6 +139,24 @@ void CKelPhotoMainWnd::ApplyAdjustment(const ADJUSTMENT& adjustment) {
         m_canvas.UpdateImage(m_image, &m_before, nullptr, 1); // no live session: process the view now
 }
 
+void CKelPhotoMainWnd::SetBrushMode(bool on, bool erase) {
+    if (on && !m_canvas.HasImage())
+        return;
+    IMGWND_TOOL::CBrush brush = m_brush.GetBrush();
+    brush.mode = erase ? IMGWND_TOOL::CBrush::MODE_ERASE : IMGWND_TOOL::CBrush::MODE_PAINT;
+    m_brush.SetBrush(brush);
+    if (on && !m_brushLoaded) {
+        m_canvas.LoadTool(&m_brush); // a blank mask of the image's size on first load
+        m_brushLoaded = true;
+        m_adjustment.SetLocalMask(m_brush.GetCanvas(0, -1), m_brush.GetCanvas(1, -1), kBrushExposure);
+    } else if (!on && m_brushLoaded) {
+        m_canvas.UnloadTool(&m_brush, 1);
+        m_brushLoaded = false;
+    }
+    if (m_brushButton && m_brushButton->isChecked() != m_brushLoaded)
+        m_brushButton->setChecked(m_brushLoaded);
+}
+
 // ------------------------------------------------------------------ files
 
 int CKelPhotoMainWnd::OpenFile(const QString& path, bool report, QString* error) {
@@ -144,6 +173,8 @@ int CKelPhotoMainWnd::OpenFile(const QString& path, bool report, QString* error)
                 MB_ICONERROR);
         return 0; // the current image stays
     }
+    SetBrushMode(false, false);
+    m_adjustment.SetLocalMask(nullptr, nullptr, 0.0);
     m_canvas.Clear(0);
     m_before = std::move(loaded);
     m_image = m_before;
@@ -255,6 +286,15 @@ void CKelPhotoMainWnd::OnCommand(unsigned short id) {
     case CMD_SAVE:
         ShowSaveDialog();
         break;
+    case CMD_BRUSH:
+        SetBrushMode(!m_brushLoaded, false);
+        break;
+    case CMD_ERASE: {
+        // E switches between painting and erasing, entering the brush mode when needed.
+        const bool erasing = m_brushLoaded && m_brush.GetBrush().mode == IMGWND_TOOL::CBrush::MODE_ERASE;
+        SetBrushMode(true, !erasing);
+        break;
+    }
     default:
         break;
     }

@@ -6,6 +6,7 @@
 #include "imagefile/ImageFileTypes.h"
 #include "imagewnd/CImageWnd.h"
 #include "tools/geometry/CNavigator.h"
+#include "tools/paint/CBrushTool.h"
 #include "ui/CBaseWnd.h"
 
 #include <QString>
@@ -39,6 +40,13 @@ public:
     void ApplyAdjustment(const ADJUSTMENT& adjustment);
     // The zoom read-out's text.
     QString ZoomText() const;
+    // The brush mode: paints a mask under which the photo is one stop brighter. `erase` paints the
+    // mask away. Off returns to panning; the painted mask stays in effect.
+    void SetBrushMode(bool on, bool erase);
+    bool IsBrushMode() const { return m_brushLoaded; }
+    KELCTRL::IMGWND_TOOL::CBrushTool& Brush() { return m_brush; }
+    static constexpr double kBrushExposure = 1.0;
+
     // Painted frames of the canvas since the last image was set.
     int CanvasPaintCount() const { return m_canvasPaints; }
 
@@ -70,6 +78,9 @@ private:
     CKelPhotoApp& m_app;
     KELCTRL::CImageWnd m_canvas;
     KELCTRL::IMGWND_TOOL::CNavigator m_navigator;
+    KELCTRL::IMGWND_TOOL::CBrushTool m_brush;
+    bool m_brushLoaded = false;
+    QToolButton* m_brushButton = nullptr;
     CPhotoAdjustment m_adjustment;
 
     CImageDataInfo m_before; // the photo as loaded

@@ -47,16 +47,19 @@ ADJUSTMENT CPhotoAdjustment::Get() const {
     return m_adjustment;
 }
 
-void CPhotoAdjustment::SetLocalMask(const CSelectedRegion* mask, double exposure) {
+void CPhotoAdjustment::SetLocalMask(const CSelectedRegion* mask, const CSelectedRegion* zoomedMask,
+                                    double exposure) {
     ADJUSTMENT local = Get();
     local.exposure += exposure;
     std::vector<unsigned short> curve = BuildCurve(local);
     std::lock_guard<std::mutex> g(m_lock);
     m_mask = mask;
+    m_zoomedMask = zoomedMask;
     m_localCurve.swap(curve);
 }
 
-bool CPhotoAdjustment::Process(CImageDataInfo& dst, const CImageDataInfo& src, int x, int y) const {
+bool CPhotoAdjustment::Process(CImageDataInfo& dst, const CImageDataInfo& src, int x, int y,
+                               double zoom) const {
     if (!src.IsValid(true))
         return false;
     if ((dst.width != src.width || dst.height != src.height || !dst.SameFormat(src)) &&
@@ -65,7 +68,8 @@ bool CPhotoAdjustment::Process(CImageDataInfo& dst, const CImageDataInfo& src, i
     std::lock_guard<std::mutex> g(m_lock);
     if (!ImageProcess::ApplyCurveToImage(dst, src, m_curve.data(), 0, 0, nullptr))
         return false;
-    if (!m_mask || m_mask->data.empty() || m_localCurve.empty())
+    const CSelectedRegion* mask = zoom < 1.0 ? m_zoomedMask : m_mask;
+    if (!mask || mask->data.empty() || m_localCurve.empty())
         return true;
     // The local adjustment: the brighter result blended in through the part of the painted mask
     // that covers this rectangle.
@@ -74,7 +78,7 @@ bool CPhotoAdjustment::Process(CImageDataInfo& dst, const CImageDataInfo& src, i
         return false;
     part.x = x;
     part.y = y;
-    if (!ImageProcess::CopyRegion(part, *m_mask))
+    if (!ImageProcess::CopyRegion(part, *mask))
         return true; // the mask does not reach this rectangle
     part.x = 0;
     part.y = 0;

@@ -24,12 +24,13 @@ public:
     // Settable from the interface thread while the adjust thread processes.
     void Set(const ADJUSTMENT& adjustment);
     ADJUSTMENT Get() const;
-    // The mask of the local adjustment (image size, or empty for none) and its exposure.
-    void SetLocalMask(const CSelectedRegion* mask, double exposure);
+    // The masks of the local adjustment and its exposure: `mask` at image size, `zoomedMask` at the
+    // size of the zoomed view (either may be null or empty for none).
+    void SetLocalMask(const CSelectedRegion* mask, const CSelectedRegion* zoomedMask, double exposure);
 
-    // dst = the adjustment applied to src; (x, y) is where src lies in the full image, for the mask.
-    // Returns false for bad records. Runs on any thread.
-    bool Process(CImageDataInfo& dst, const CImageDataInfo& src, int x, int y) const;
+    // dst = the adjustment applied to src; (x, y) is where src lies in the image, or in the zoomed view
+    // when zoom < 1, which picks the mask. Returns false for bad records. Runs on any thread.
+    bool Process(CImageDataInfo& dst, const CImageDataInfo& src, int x, int y, double zoom = 1.0) const;
 
     // The 65,536-entry curve of an adjustment: exposure scales linear light, contrast bends around
     // mid-grey with a smooth S (negative contrast flattens towards grey); the result is monotonic.
@@ -40,6 +41,7 @@ private:
     ADJUSTMENT m_adjustment;
     std::vector<unsigned short> m_curve;
     const CSelectedRegion* m_mask = nullptr;
+    const CSelectedRegion* m_zoomedMask = nullptr;
     std::vector<unsigned short> m_localCurve;
 };
 

@@ -7,6 +7,7 @@
 #include "demo/SamplePhoto.h"
 #include "imagefile/ImageFile.h"
 #include "imageprocess/ImageProcess.h"
+#include "ui/tests/QtTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -50,7 +51,7 @@ TEST(PhotoAdjustment, LocalMaskBrightensOnlyUnderTheMask) {
         for (int x = 40; x < 80; ++x)
             mask.Row(y)[x] = 0xFFFF; // the right half of an 80 x 40 image
     CPhotoAdjustment adjustment;
-    adjustment.SetLocalMask(&mask, 1.0);
+    adjustment.SetLocalMask(&mask, nullptr, 1.0);
     CImageDataInfo dst;
     // src is the part of the image at (30, 10): columns 30..69, so its last 30 columns are masked.
     ASSERT_TRUE(adjustment.Process(dst, src, 30, 10));
@@ -58,6 +59,10 @@ TEST(PhotoAdjustment, LocalMaskBrightensOnlyUnderTheMask) {
     EXPECT_GT(kel_testing::GetValue(dst, 15, 5, 1), 130u);
     EXPECT_EQ(kel_testing::GetValue(dst, 9, 5, 0), 100u);
     EXPECT_GT(kel_testing::GetValue(dst, 10, 5, 0), 130u);
+    // Zoomed out, the view's own mask applies: without one nothing is brightened.
+    CImageDataInfo zoomed;
+    ASSERT_TRUE(adjustment.Process(zoomed, src, 30, 10, 0.5));
+    EXPECT_EQ(kel_testing::GetValue(zoomed, 15, 5, 1), 100u);
 }
 
 TEST(SamplePhoto, HasSkyHillsAndRedEyes) {
@@ -143,6 +148,38 @@ TEST_F(MainWindowTest, SaveWritesTheAdjustedPhotoAndNeverTheOriginalWithoutAskin
     // An unwritable target fails and leaves nothing behind.
     EXPECT_EQ(wnd->SaveTo(dir.filePath("no/such/dir/x.jpg"), false, &error), 0);
     EXPECT_FALSE(error.isEmpty());
+}
+
+TEST_F(MainWindowTest, BrushStrokeBrightensThePhotoUnderItOnly) {
+    ASSERT_EQ(wnd->OpenFile(photo, false), 1);
+    wnd->show();
+    KELCTRL::CImageWnd& canvas = wnd->Canvas();
+    canvas.SetZoom(KELCTRL::ZOOM_TYPE_NOZOOM, nullptr, nullptr);
+    wnd->SetBrushMode(true, false);
+    ASSERT_TRUE(wnd->IsBrushMode());
+    ASSERT_EQ(wnd->Brush().WaitMasksBuilt(5000), 1);
+    // A horizontal stroke across the middle of the photo, with real mouse events.
+    TPoint<double> a, b;
+    canvas.PointImage2Wnd(60, 100, a);
+    canvas.PointImage2Wnd(260, 100, b);
+    kel_qt_test::Mouse m(canvas);
+    m.Press(QPoint(int(a.x), int(a.y)));
+    for (int i = 1; i <= 10; ++i)
+        m.Move(QPoint(int(a.x + (b.x - a.x) * i / 10), int(a.y)));
+    m.Release(QPoint(int(b.x), int(b.y)));
+    ASSERT_TRUE(kel_qt_test::PumpUntil([&] { return wnd->Brush().IsPainted() != 0; }));
+    // The shown photo is brighter on the stroke and unchanged far from it.
+    const CImageDataInfo* shown = canvas.GetImage();
+    ASSERT_NE(shown, nullptr);
+    ASSERT_TRUE(kel_qt_test::PumpUntil([&] {
+        return kel_testing::GetValue(*shown, 160, 100, 1) > kel_testing::GetValue(image, 160, 100, 1) + 20;
+    }));
+    EXPECT_EQ(kel_testing::GetValue(*shown, 160, 10, 1), kel_testing::GetValue(image, 160, 10, 1));
+    // E erases the mask again under a second stroke.
+    wnd->OnCommand(CMD_ERASE);
+    EXPECT_EQ(wnd->Brush().GetBrush().mode, KELCTRL::IMGWND_TOOL::CBrush::MODE_ERASE);
+    wnd->SetBrushMode(false, false);
+    EXPECT_FALSE(wnd->IsBrushMode());
 }
 
 TEST(KelPhotoOptions, ScreenshotDelayAndFile) {
