@@ -3,7 +3,6 @@
 #include "imagewnd/CKeyStateTracker.h"
 #include "imagewnd/CWorkerThread.h"
 
-#include <QPainter>
 
 namespace KELCTRL {
 
@@ -174,16 +173,7 @@ void CImageWnd::ShowBeforeImage(int on) {
     }
 }
 
-// --- painting, timers -----------------------------------------------------------------------
-
-void CImageWnd::OnPaint(QPainter& painter, int width, int height) {
-    CBaseWnd::OnPaint(painter, width, height);
-    if (!m_image)
-        return;
-    painter.save();
-    WalkAll(IImageWndTool::EVENTMASK_PAINT, [&](IImageWndTool* t) { t->OnPaint(painter, width, height); });
-    painter.restore();
-}
+// --- repainting, timers -----------------------------------------------------------------------
 
 void CImageWnd::RepaintNow() {
     if (IsWindow() && isVisible())

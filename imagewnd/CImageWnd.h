@@ -5,7 +5,8 @@
 // CImageWndGeometry.cpp, the tool stack and its walks in CImageWndTools.cpp, input in
 // CImageWndInput.cpp, the image record and life cycle in CImageWnd.cpp, the processing pipeline
 // (preview, adjusting mode, the adjust thread) in CImageWndProcess.cpp and the zoomed cache with its
-// thread in CImageWndCache.cpp.
+// thread in CImageWndCache.cpp, painting (source choice, display conversion, chequer, colour
+// transforms, sampling) in CImageWndPaint.cpp and the tags in CImageWndTags.cpp.
 //
 // Threads and locks. The UI thread owns everything; the cache thread builds the zoomed copies under
 // m_cacheLock (and a process-wide resize lock); the adjust thread exists only in adjusting mode and
@@ -18,11 +19,13 @@
 #include "common/message_queue.h"
 #include "common/recursive_lock.h"
 #include "common/sse_array.h"
+#include "imageprocess/ColorProfile.h"
 #include "imagewnd/IImageWndTool.h"
 #include "imagewnd/ImageWndTypes.h"
 #include "ui/CBaseWnd.h"
 
 #include <QCursor>
+#include <QImage>
 #include <QPointF>
 #include <QRect>
 #include <QRectF>
@@ -38,6 +41,23 @@
 namespace KELCTRL {
 
 class CWorkerThread;
+
+// One label or picture over the top edge of the canvas.
+struct TAGINFO {
+    // Reported by a click; TAG_NOT_CLICKABLE never is.
+    unsigned id = 0xFFFFFFFF;
+    // The label, when there is no image.
+    QString text;
+    // Replaces the label when not null.
+    QImage image;
+    // 0: the right-aligned list, otherwise the left-aligned one.
+    int side = 0;
+    // Non-zero: drawn only while the pointer is inside the window, and clickable.
+    int active = 0;
+    int enabled = 0;
+    QRect drawRect;
+    QRect hitRect;
+};
 
 // The visible image rectangle in image pixels, kept in single precision.
 struct FLOATRECT {
@@ -64,6 +84,22 @@ public:
     static constexpr int AUTOMOVE_MAX_DISTANCE = 80;
     // The preview's longer side is at most this.
     static constexpr int PREVIEW_MAX_SIDE = 512;
+    // GetColors samples a square of at most 2 * this + 1 pixels a side.
+    static constexpr int MAX_GETCOLOR_RADIUS = 5;
+    static constexpr int MAX_GETCOLOR_SAMPLES = (2 * MAX_GETCOLOR_RADIUS + 1) * (2 * MAX_GETCOLOR_RADIUS + 1);
+    // A tag with this id shows but takes no clicks.
+    static constexpr unsigned TAG_NOT_CLICKABLE = 0xFFFFFFFF;
+    // Tag sides.
+    static constexpr int TAG_SIDE_RIGHT = 0;
+    static constexpr int TAG_SIDE_LEFT = 1;
+    // Tag geometry at 96 DPI.
+    static constexpr int TAG_MARGIN = 10;
+    static constexpr int TAG_HEIGHT = 20;
+    static constexpr int TAG_GAP = 4;
+    // Label background (ARGB) and text colours of the tags.
+    static constexpr QRgb TAG_BK_COLOR = 0x80000000;
+    static constexpr QRgb TAG_TEXT_COLOR = 0xFFC8C8C8;
+    static constexpr QRgb TAG_TEXT_COLOR2 = 0xFFFFFFFF;
 
     // Thread messages of the adjust thread (process now) and of the cache thread (build, cancel);
     // both threads end on WM_QUIT.
@@ -155,6 +191,68 @@ public:
     // --- before view -------------------------------------------------------------------------
     void ShowBeforeImage(int on);
     int IsShowingBefore() const { return m_showingBefore ? 1 : 0; }
+    // Set while the Space key holds the before view.
+    int IsBeforeByKey() const { return m_beforeByKey ? 1 : 0; }
+
+    // --- painting ----------------------------------------------------------------------------
+    using TRANSFORM = ImageProcess::ColorProfile::TRANSFORM;
+    // Bit 0 marks shadow clipping, bit 1 highlight clipping.
+    void SetClippingWarning(unsigned bits);
+    unsigned GetClippingWarning() const { return m_clippingWarning; }
+    // The image's profile: the display transform goes to the monitor profile, and a transform to
+    // sRGB serves colour sampling. Null clears both.
+    void SetColorProfile(const ImageProcess::ColorProfile::Profile* profile);
+    // The transform applied when painting; repaints when there is an image.
+    void SetColorTransform(const TRANSFORM* transform);
+    const TRANSFORM* GetColorTransform() const { return m_displayTransform; }
+    const TRANSFORM* GetSRGBTransform() const { return m_srgbTransform; }
+    // Side of a chequer square under transparent pixels, at 96 DPI; at least 1.
+    void SetTransBlockSize(int size);
+    int GetTransBlockSize() const { return m_transBlockSize; }
+    // Paints the window again now, and the partner when a synchronisation left it due.
+    void Refresh();
+    // Where the last paint put the image, in window pixels, and the source rectangle it drew,
+    // in the pixels of the buffer it drew from (image, zoomed cache or preview).
+    QRect GetLastDrawRect() const { return m_lastDrawRect; }
+    QRect GetLastSrcRect() const { return m_lastSrcRect; }
+
+    // --- colour sampling ---------------------------------------------------------------------
+    // Samples the square of `radius` (clamped to 0..MAX_GETCOLOR_RADIUS) around a window point:
+    // values through the curve (the source curve with useCurve, else the display curve) and the
+    // sRGB transform, rawValues as stored, in R, G, B order at the image's value scale. Both arrays
+    // hold MAX_GETCOLOR_SAMPLES entries. Pixels with a fully transparent mask are skipped. Returns 0
+    // without an image or for a point outside the drawn area.
+    int GetColors(COLORVALS* values, COLORVALS* rawValues, int& count, int x, int y, int radius,
+                  int useCurve);
+    // The first sample of GetColors without curve; 0 when there is none.
+    int GetColor(COLORVALS& value, COLORVALS& rawValue, int x, int y, int radius);
+
+    // --- tags --------------------------------------------------------------------------------
+    // Appends a tag to the list of its side; the image, when not null, replaces the label.
+    void AddTag(int side, const QString& text, const QImage* image, int active, unsigned id);
+    void ShowTags(int show);
+    int AreTagsVisible() const { return m_tagsVisible ? 1 : 0; }
+    void ClearTags();
+    // Lays both lists out along the top edge from the window's font and client size.
+    void CalcTagRects();
+    size_t GetTagCount(int side) const { return m_tags[side ? 1 : 0].size(); }
+    const TAGINFO* GetTag(int side, size_t index) const;
+    // The clickable tag under a window point, or null.
+    const TAGINFO* HitTestTag(const QPoint& point) const;
+
+    // --- for tools working from their own threads --------------------------------------------
+    // The zoomed copies; read them under the image lock once the cache is idle and not failed.
+    CImageDataInfo& GetZoomedCacheImage() { return m_cacheImage; }
+    CImageDataInfo& GetZoomedCacheBefore() { return m_cacheBefore; }
+    // Guards the shown image and its zoomed copy against painting while a result is copied in.
+    recursive_lock& GetImageLock() { return m_imageLock; }
+    // Waits until no cache build is pending; returns 1 when idle, 0 on time-out (-1 waits for ever).
+    int WaitZoomedCacheIdle(int timeoutMs) const { return m_cacheReady.wait(timeoutMs) == 0 ? 1 : 0; }
+    // The last build failed: there is no zoomed copy to draw or work on.
+    int IsZoomedCacheFailed() const { return m_cacheFailed.load() ? 1 : 0; }
+    // Brings the shown result up to date now: joins a running adjusting session, else runs one
+    // synchronous pass (UI thread).
+    void ProcessImageNow();
 
     // --- the tool stack ----------------------------------------------------------------------
     void LoadTool(IImageWndTool* tool);
@@ -275,6 +373,19 @@ protected:
     template <typename F> IImageWndTool* WalkFirstAccepting(uint32_t bit, F&& call);
     template <typename F> IImageWndTool* WalkFirstWithBit(uint32_t bit, F&& call, int& result);
 
+    // Background, the image with the tools on top, the watermark hook and the tags.
+    // DrawImage picks the source for the view and draws it; with `nearest` non-zero the stretch is
+    // forced to nearest-neighbour sampling. Runs under m_imageLock.
+    void DrawImage(QPainter& painter, int width, int height, int nearest);
+    // Converts the rectangle `src` of `image` through the curve, transform and clipping marks into
+    // the display buffer, top-down. Returns the buffer's stride in bytes; 0 on failure.
+    int TransImageForDisplay(const QRect& src, const CImageDataInfo& image, const TRANSFORM* transform,
+                             unsigned clipping);
+    void PaintTags(QPainter& painter);
+    // Whether a tag that shows only under the pointer is on show now.
+    bool TagShows(const TAGINFO& tag) const;
+    bool HasActiveTags() const;
+
     // Invalidate and paint now, when the window exists and shows.
     void RepaintNow();
     // Paints the partner when it has repainting due from a synchronisation.
@@ -348,8 +459,23 @@ protected:
     std::atomic<int> m_cacheHeight{0};
     std::atomic<unsigned> m_cacheBuildCount{0};
 
-    // The 32-bit display bitmap that painting converts into; reused between paints.
+    // The 32-bit display bitmap that painting converts into; reused between paints, only grows.
     sse_array<unsigned char> m_displayBuffer;
+    int m_displayWidth = 0;
+    int m_displayHeight = 0;
+    int m_displayStride = 0;
+    unsigned m_clippingWarning = 0;
+    const TRANSFORM* m_displayTransform = nullptr;
+    const TRANSFORM* m_srgbTransform = nullptr;
+    int m_transBlockSize = 8;
+    QRect m_lastDrawRect;
+    QRect m_lastSrcRect;
+
+    // Tags: [0] the right list, [1] the left list.
+    std::vector<TAGINFO> m_tags[2];
+    bool m_tagsVisible = true;
+    // A press that landed on a clickable tag: its release is swallowed too.
+    bool m_tagPressed = false;
 
     // Taken by the UI thread when it changes the tool list and by the adjust thread around its
     // OnPostProcessImage walk, so that an unloaded tool is no longer called from there.

@@ -309,6 +309,7 @@ void CImageWnd::PointImage2Wnd(float x, float y, QPointF& out) const {
 
 void CImageWnd::OnSize(unsigned type, int cx, int cy) {
     CBaseWnd::OnSize(type, cx, cy);
+    CalcTagRects();
     if (!m_image)
         return;
     const TPoint<int> centre = m_centerPoint;

@@ -24,6 +24,14 @@ void CImageWnd::OnLButtonDown(unsigned flags, const QPoint& point) {
     m_lButtonDownTick = TickCount();
     CBaseWnd::OnLButtonDown(flags, point);
     setFocus(Qt::MouseFocusReason);
+    if (const TAGINFO* tag = HitTestTag(point)) {
+        // The tag takes the press: the parent hears of it, the tools do not.
+        m_tagPressed = true;
+        NMIMGWND_CLICKTAG payload;
+        payload.tagId = tag->id;
+        NotifyParent(NM_IMGWND_CLICKTAG, payload.hdr);
+        return;
+    }
     m_lButtonDown = true;
     m_dblClicked = false;
     m_downPoint = point;
@@ -31,6 +39,11 @@ void CImageWnd::OnLButtonDown(unsigned flags, const QPoint& point) {
 }
 
 void CImageWnd::OnLButtonUp(unsigned flags, const QPoint& point) {
+    if (m_tagPressed) {
+        m_tagPressed = false;
+        UpdateCursor();
+        return;
+    }
     m_lButtonDown = false;
     if (m_dragging) {
         m_dragging = false;
@@ -125,7 +138,10 @@ void CImageWnd::OnMouseMove(unsigned flags, const QPoint& point) {
     }
 
     m_cursor.reset();
-    WalkFirstAccepting(Tool::EVENTMASK_SETCURSOR, [&](Tool* t) { return t->OnSetCursor(point); });
+    if (!m_dragging && !m_rDragging && HitTestTag(point))
+        m_cursor = QCursor(Qt::PointingHandCursor);
+    else
+        WalkFirstAccepting(Tool::EVENTMASK_SETCURSOR, [&](Tool* t) { return t->OnSetCursor(point); });
     if (!m_cursor)
         m_cursor = QCursor(Qt::ArrowCursor);
     setCursor(*m_cursor);
@@ -140,11 +156,15 @@ void CImageWnd::OnMouseMove(unsigned flags, const QPoint& point) {
 
 void CImageWnd::OnMouseEnter(unsigned flags, const QPoint& point) {
     CBaseWnd::OnMouseEnter(flags, point);
+    if (m_tagsVisible && HasActiveTags())
+        Invalidate();
     WalkAll(Tool::EVENTMASK_MOUSEENTER, [&](Tool* t) { t->OnMouseEnter(flags, point); });
 }
 
 void CImageWnd::OnMouseLeave() {
     CBaseWnd::OnMouseLeave();
+    if (m_tagsVisible && HasActiveTags())
+        Invalidate();
     WalkAll(Tool::EVENTMASK_MOUSELEAVE, [](Tool* t) { t->OnMouseLeave(); });
 }
 
@@ -163,7 +183,10 @@ int CImageWnd::OnSetCursor(CBaseWnd* wnd, unsigned hitTest, unsigned message) {
         return 1;
     const QPoint point = GetCursorClientPos();
     m_cursor.reset();
-    WalkFirstAccepting(Tool::EVENTMASK_SETCURSOR, [&](Tool* t) { return t->OnSetCursor(point); });
+    if (!m_dragging && !m_rDragging && HitTestTag(point))
+        m_cursor = QCursor(Qt::PointingHandCursor);
+    else
+        WalkFirstAccepting(Tool::EVENTMASK_SETCURSOR, [&](Tool* t) { return t->OnSetCursor(point); });
     if (m_cursor) {
         setCursor(*m_cursor);
         return 1;
@@ -220,6 +243,9 @@ void CImageWnd::OnKeyDown(unsigned key, unsigned repeat, unsigned flags) {
         }
         return;
     }
+    // The auto-repeated presses of a held Space keep the view as it is.
+    if (key == VK_SPACE && m_beforeByKey)
+        return;
     WalkFirstAccepting(Tool::EVENTMASK_KEYDOWN, [&](Tool* t) { return t->OnKeyDown(key, repeat, flags); });
 }
 

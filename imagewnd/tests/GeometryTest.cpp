@@ -21,6 +21,8 @@ protected:
             wnd.Create(&parent, QRect(QPoint(0, 0), client), 1001);
         else
             wnd.MoveWindow(0, 0, client.width(), client.height());
+        // A zoomed copy may be building from the image that is about to be rewritten.
+        wnd.Clear(0);
         ASSERT_TRUE(kel_testing::MakeConstant(image, w, h, 1, 1, 128));
         ASSERT_EQ(wnd.SetImage(image), 1);
     }

@@ -46,6 +46,9 @@ protected:
     }
     void TearDown() override {
         partner.UnloadAllTools();
+        // The images go before the windows: let go of them first, ending any zoomed-copy build.
+        partner.Clear(0);
+        wnd.Clear(0);
         CanvasFixture::TearDown();
     }
     CImageDataInfo large, largeBefore;
