@@ -37,6 +37,8 @@ CKelPhotoApp::OPTIONS CKelPhotoApp::ParseOptions(const QStringList& args) {
             o.screenshotPath = args[++i];
         else if (a == QLatin1String("--delay") && i + 1 < args.size())
             o.screenshotDelayMs = std::max(0, args[++i].toInt());
+        else if (a == QLatin1String("--report-startup"))
+            o.reportStartup = true;
         else if (!a.startsWith(QLatin1String("--")) && o.openPath.isEmpty())
             o.openPath = a;
     }
@@ -70,8 +72,9 @@ int CKelPhotoApp::CreateMainWindow() {
     }
     if (!path.isEmpty())
         m_mainWnd->OpenFile(QFileInfo(path).absoluteFilePath(), /*report=*/true);
-    if (!m_options.screenshotPath.isEmpty())
-        m_mainWnd->ScheduleScreenshot(m_options.screenshotPath, m_options.screenshotDelayMs);
+    if (!m_options.screenshotPath.isEmpty() || m_options.reportStartup)
+        m_mainWnd->ScheduleScreenshot(m_options.screenshotPath, m_options.screenshotDelayMs,
+                                      m_options.reportStartup);
     return 1;
 }
 

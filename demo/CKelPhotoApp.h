@@ -24,7 +24,8 @@ public:
     struct OPTIONS {
         QString screenshotPath; // --screenshot FILE: write the window to a PNG and quit
         int screenshotDelayMs = 0;
-        QString openPath; // the first file argument
+        QString openPath;           // the first file argument
+        bool reportStartup = false; // --report-startup: print when the first processed image was painted
     };
     static OPTIONS ParseOptions(const QStringList& args);
     const OPTIONS& Options() const { return m_options; }

@@ -30,8 +30,9 @@ public:
     // Writes the adjusted photo at full size. Refuses the original's own path unless `replaceOriginal`.
     int SaveTo(const QString& path, bool replaceOriginal, QString* error = nullptr);
     void OnCommand(unsigned short id);
-    // Writes the window to a PNG once the first processed image has been painted, then quits.
-    void ScheduleScreenshot(const QString& path, int delayMs);
+    // Once the first processed image has been painted: optionally prints the time since the process
+    // started, writes the window to a PNG when a path is given, then quits.
+    void ScheduleScreenshot(const QString& path, int delayMs, bool reportStartup = false);
 
     KELCTRL::CImageWnd& Canvas() { return m_canvas; }
     const QString& CurrentPath() const { return m_path; }
@@ -97,6 +98,7 @@ private:
 
     QString m_screenshotPath;
     int m_screenshotDelayMs = 0;
+    bool m_reportStartup = false;
     int m_canvasPaints = 0;
 
     static constexpr uintptr_t TIMER_SCREENSHOT = 301;
