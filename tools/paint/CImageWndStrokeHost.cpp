@@ -7,21 +7,6 @@
 namespace KELCTRL {
 namespace IMGWND_TOOL {
 
-namespace {
-
-// The cache buffers, the image lock and the cache state are the window's own; a stroke host needs
-// them from another thread. Naming them through a derived class is the lawful way to reach protected
-// members without widening the window's interface.
-struct WndAccess : CImageWnd {
-    static CImageDataInfo CImageWnd::*CacheImage() { return &WndAccess::m_cacheImage; }
-    static CImageDataInfo CImageWnd::*CacheBefore() { return &WndAccess::m_cacheBefore; }
-    static recursive_lock CImageWnd::*ImageLock() { return &WndAccess::m_imageLock; }
-    static event_signal CImageWnd::*CacheReady() { return &WndAccess::m_cacheReady; }
-    static std::atomic<bool> CImageWnd::*CacheFailed() { return &WndAccess::m_cacheFailed; }
-};
-
-} // namespace
-
 void CImageWndStrokeHost::Attach(CImageWnd* wnd) {
     m_wnd = wnd;
     Update();
@@ -55,8 +40,8 @@ void CImageWndStrokeHost::Update() {
         s.hasBefore = wnd->GetBeforeImage() ? 1 : 0;
         s.source = s.hasBefore ? wnd->GetBeforeImage() : s.display;
         if (s.geometry.zoomedCache) {
-            CImageDataInfo& cacheBefore = wnd->*WndAccess::CacheBefore();
-            s.cacheDisplay = &(wnd->*WndAccess::CacheImage());
+            CImageDataInfo& cacheBefore = wnd->GetZoomedCacheBefore();
+            s.cacheDisplay = &wnd->GetZoomedCacheImage();
             s.cacheSource = s.hasBefore ? &cacheBefore : s.cacheDisplay;
         }
         s.lut = wnd->GetLinearImageParams().displayCurve;
@@ -93,13 +78,12 @@ int CImageWndStrokeHost::WaitZoomedCacheReady(basic_signal& abort) {
     CImageWnd* wnd = m_wnd;
     if (!wnd)
         return 0;
-    event_signal& ready = wnd->*WndAccess::CacheReady();
-    // A failed or cancelled build also sets the ready state, so this wait always ends.
-    while (ready.wait(kWaitSliceMs) != 0) {
+    // A failed or cancelled build also ends the wait, so this loop always ends.
+    while (!wnd->WaitZoomedCacheIdle(kWaitSliceMs)) {
         if (abort.is_set())
             return 0;
     }
-    return (wnd->*WndAccess::CacheFailed()).load() ? 0 : 1;
+    return wnd->IsZoomedCacheFailed() ? 0 : 1;
 }
 
 void CImageWndStrokeHost::RefreshRect(const IntRect& rect, int zoomed, const CSelectedRegion& canvas) {
@@ -120,7 +104,7 @@ void CImageWndStrokeHost::RefreshRect(const IntRect& rect, int zoomed, const CSe
         target->IsValid()) {
         CImageDataInfo temp;
         if (temp.Create(rect.width, rect.height, source->channels, source->depth)) {
-            life_lock guard(wnd->*WndAccess::ImageLock());
+            life_lock guard(wnd->GetImageLock());
             wnd->CopyFromSrcImage(1, temp, *source, rect.x, rect.y);
             process(temp, *source, canvas, rect.x, rect.y);
             ImageProcess::CopyImage(temp, *target, rect.x, rect.y, 0, 0, temp.width, temp.height, nullptr);
