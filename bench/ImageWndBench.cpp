@@ -39,7 +39,6 @@ public:
 // A 6000 x 4000 image with before-image and mask, in a window of 1920 x 1080 at fit.
 struct Scene {
     explicit Scene(int depth) {
-        BenchApp();
         kel_testing::MakeNoise(before, 6000, 4000, 3, depth, 7);
         kel_testing::MakeGradient(image, 6000, 4000, 3, depth);
         kel_testing::MakeGradient(mask, 6000, 4000, 1, 1);
@@ -48,6 +47,8 @@ struct Scene {
         wnd.WaitForZoomedCache(false);
         wnd.Settle();
     }
+    // First: widgets need the application before they are built.
+    QApplication& app = BenchApp();
     CImageDataInfo image, before, mask;
     BenchWnd wnd;
 };
