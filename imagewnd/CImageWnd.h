@@ -375,7 +375,8 @@ protected:
 
     // Background, the image with the tools on top, the watermark hook and the tags.
     // DrawImage picks the source for the view and draws it; with `nearest` non-zero the stretch is
-    // forced to nearest-neighbour sampling. Runs under m_imageLock.
+    // forced to nearest-neighbour sampling. Runs under m_imageLock, and under m_cacheLock
+    // (taken first) when the zoomed copy is ready.
     void DrawImage(QPainter& painter, int width, int height, int nearest);
     // Converts the rectangle `src` of `image` through the curve, transform and clipping marks into
     // the display buffer, top-down. Returns the buffer's stride in bytes; 0 on failure.

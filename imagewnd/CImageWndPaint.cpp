@@ -33,6 +33,12 @@ void CImageWnd::OnPaint(QPainter& painter, int width, int height) {
     if (!m_image)
         return;
     {
+        // The documented order, cache lock then image lock, also here: the UI thread holds the
+        // cache lock through adjusting mode and takes the image lock inside it. The cache lock is
+        // needed only when the zoomed copy is drawn; no build runs then, so it is free at once.
+        std::unique_lock<recursive_lock> cacheGuard(m_cacheLock, std::defer_lock);
+        if (m_zoomedOut && IsZoomedCacheReady())
+            cacheGuard.lock();
         life_lock guard(m_imageLock);
         DrawImage(painter, width, height, 0);
         painter.save();
@@ -53,11 +59,9 @@ void CImageWnd::OnPaint(QPainter& painter, int width, int height) {
 
 void CImageWnd::DrawImage(QPainter& painter, int, int, int nearest) {
     const bool showingBefore = m_showingBefore.load() && m_beforeImage;
+    // The caller holds the cache lock when the zoomed copy is ready: the cache thread rewrites
+    // these buffers under it.
     const bool useCache = m_zoomedOut && IsZoomedCacheReady();
-    // Held for the whole drawing: the cache thread rewrites these buffers under it.
-    std::unique_lock<recursive_lock> cacheGuard(m_cacheLock, std::defer_lock);
-    if (useCache)
-        cacheGuard.lock();
 
     const CImageDataInfo* source = m_image;
     const CImageDataInfo* mask = m_transMask;
@@ -268,19 +272,18 @@ int CImageWnd::GetColors(COLORVALS* values, COLORVALS* rawValues, int& count, in
     const LINEAR_IMAGE_PARAMS linear = GetLinearImageParams();
     const unsigned short* curve = useCurve ? linear.sourceCurve : linear.displayCurve;
 
-    std::unique_lock<recursive_lock> guard;
+    std::unique_lock<recursive_lock> cacheGuard;
     const CImageDataInfo* image = nullptr;
     const CImageDataInfo* mask = nullptr;
     int cx = 0;
     int cy = 0;
     if (m_zoomedOut && IsZoomedCacheReady()) {
-        guard = std::unique_lock<recursive_lock>(m_cacheLock);
+        cacheGuard = std::unique_lock<recursive_lock>(m_cacheLock);
         image = useCurve && m_cacheBefore.IsValid() ? &m_cacheBefore : &m_cacheImage;
         mask = m_cacheMask.IsValid() ? &m_cacheMask : nullptr;
         cx = x - m_drawPos.x + m_cachePos.x;
         cy = y - m_drawPos.y + m_cachePos.y;
     } else {
-        guard = std::unique_lock<recursive_lock>(m_imageLock);
         image = useCurve && m_beforeImage ? m_beforeImage : m_image;
         mask = m_transMask;
         TPoint<double> p;
@@ -288,6 +291,9 @@ int CImageWnd::GetColors(COLORVALS* values, COLORVALS* rawValues, int& count, in
         cx = static_cast<int>(std::floor(p.x));
         cy = static_cast<int>(std::floor(p.y));
     }
+    // In adjusting mode the adjust thread writes the zoomed copy under the image lock alone; the
+    // cache lock comes first, as everywhere.
+    std::unique_lock<recursive_lock> imageGuard(m_imageLock);
     if (!image || !image->IsValid())
         return 0;
     if (mask && !(mask->Size() == image->Size()))
@@ -314,7 +320,9 @@ int CImageWnd::GetColors(COLORVALS* values, COLORVALS* rawValues, int& count, in
             ++count;
         }
     }
-    guard.unlock();
+    imageGuard.unlock();
+    if (cacheGuard.owns_lock())
+        cacheGuard.unlock();
     if (count > 0 && m_srgbTransform) {
         const double fullScale = depth == 2 ? 65535.0 : 255.0;
         COLORVALS converted[MAX_GETCOLOR_SAMPLES];
