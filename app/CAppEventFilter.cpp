@@ -45,11 +45,16 @@ bool CAppEventFilter::eventFilter(QObject* watched, QEvent* event) {
 }
 
 bool CAppEventFilter::OnKeyPress(QObject* watched, QKeyEvent* event) {
-    // A key event ignored by a child is offered to its parents: the same event passes here again.
-    if (event == m_lastKeyEvent)
+    // A key event goes first to the focus widget (or the window when nothing has the focus); one
+    // that it ignores is offered to its parents and passes here again. Only the first delivery
+    // counts. (The event's address cannot tell them apart: Qt reuses it for the next key.)
+    auto* widget = qobject_cast<QWidget*>(watched);
+    if (!widget)
         return false;
-    m_lastKeyEvent = event;
-    if (IsEditControl(qobject_cast<QWidget*>(watched)))
+    QWidget* focus = QApplication::focusWidget();
+    if (focus ? widget != focus : !widget->isWindow())
+        return false;
+    if (IsEditControl(widget))
         return false;
     const unsigned vk = VirtualKeyFromQt(event->key(), event->modifiers());
     if (vk == 0)

@@ -25,7 +25,6 @@ private:
     bool OnWheel(QObject* watched, QWheelEvent* event);
 
     CPhotoEditorApp& m_app;
-    const QEvent* m_lastKeyEvent = nullptr;
     bool m_redirecting = false;
 };
 

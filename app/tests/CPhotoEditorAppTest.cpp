@@ -320,6 +320,22 @@ TEST_F(AppTest, HotKeysRunOnlyOutsideEditsWithAnEnabledMainWindow) {
     QKeyEvent b3(QEvent::KeyPress, Qt::Key_B, Qt::NoModifier, "b");
     QApplication::sendEvent(main, &b3);
     EXPECT_EQ(app.commands, (std::vector<unsigned short>{101, 102}));
+    // One event object used for two key presses in a row, as Qt's own input handling does.
+    QKeyEvent reused(QEvent::KeyPress, Qt::Key_B, Qt::NoModifier, "b");
+    QApplication::sendEvent(main, &reused);
+    QApplication::sendEvent(main, &reused);
+    EXPECT_EQ(app.commands, (std::vector<unsigned short>{101, 102, 102, 102}));
+    // A key that a focused child ignores and passes to its parent runs its command only once.
+    auto* child = new QWidget(main);
+    child->setFocusPolicy(Qt::StrongFocus);
+    child->show();
+    child->setFocus();
+    if (QApplication::focusWidget() == child) {
+        QKeyEvent s2(QEvent::KeyPress, Qt::Key_S, Qt::ControlModifier, "s");
+        QApplication::sendEvent(child, &s2);
+        EXPECT_EQ(app.commands.back(), 101);
+        EXPECT_EQ(std::count(app.commands.begin(), app.commands.end(), 101), 2);
+    }
     app.ExitInstance();
 }
 
