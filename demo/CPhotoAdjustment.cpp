@@ -62,11 +62,12 @@ bool CPhotoAdjustment::Process(CImageDataInfo& dst, const CImageDataInfo& src, i
                                double zoom) const {
     if (!src.IsValid(true))
         return false;
-    if ((dst.width != src.width || dst.height != src.height || !dst.SameFormat(src)) &&
-        !dst.Create(src.width, src.height, src.channels, src.depth))
+    if (!dst.IsValid(true) && !dst.Create(src.width - x, src.height - y, src.channels, src.depth))
+        return false;
+    if (!dst.SameFormat(src) || x < 0 || y < 0 || x + dst.width > src.width || y + dst.height > src.height)
         return false;
     std::lock_guard<std::mutex> g(m_lock);
-    if (!ImageProcess::ApplyCurveToImage(dst, src, m_curve.data(), 0, 0, nullptr))
+    if (!ImageProcess::ApplyCurveToImage(dst, src, m_curve.data(), x, y, nullptr))
         return false;
     const CSelectedRegion* mask = zoom < 1.0 ? m_zoomedMask : m_mask;
     if (!mask || mask->data.empty() || m_localCurve.empty())
@@ -74,7 +75,7 @@ bool CPhotoAdjustment::Process(CImageDataInfo& dst, const CImageDataInfo& src, i
     // The local adjustment: the brighter result blended in through the part of the painted mask
     // that covers this rectangle.
     CSelectedRegion part;
-    if (!part.Create(src.width, src.height, 0))
+    if (!part.Create(dst.width, dst.height, 0))
         return false;
     part.x = x;
     part.y = y;
@@ -83,10 +84,10 @@ bool CPhotoAdjustment::Process(CImageDataInfo& dst, const CImageDataInfo& src, i
     part.x = 0;
     part.y = 0;
     CImageDataInfo local;
-    if (!local.Create(src.width, src.height, src.channels, src.depth) ||
-        !ImageProcess::ApplyCurveToImage(local, src, m_localCurve.data(), 0, 0, nullptr))
+    if (!local.Create(dst.width, dst.height, dst.channels, dst.depth) ||
+        !ImageProcess::ApplyCurveToImage(local, src, m_localCurve.data(), x, y, nullptr))
         return false;
-    return ImageProcess::CopyImage(local, dst, 0, 0, 0, 0, src.width, src.height, &part, true, nullptr);
+    return ImageProcess::CopyImage(local, dst, 0, 0, 0, 0, dst.width, dst.height, &part, true, nullptr);
 }
 
 } // namespace kelphoto

@@ -28,8 +28,10 @@ public:
     // size of the zoomed view (either may be null or empty for none).
     void SetLocalMask(const CSelectedRegion* mask, const CSelectedRegion* zoomedMask, double exposure);
 
-    // dst = the adjustment applied to src; (x, y) is where src lies in the image, or in the zoomed view
-    // when zoom < 1, which picks the mask. Returns false for bad records. Runs on any thread.
+    // Fills dst with the adjusted part of src that starts at (x, y): src is the whole image (or the
+    // whole zoomed view when zoom < 1, which also picks the mask) and dst keeps its size. An empty dst
+    // is made the size of src, for processing everything. Returns false for bad records, and for a
+    // dst that does not lie inside src. Runs on any thread.
     bool Process(CImageDataInfo& dst, const CImageDataInfo& src, int x, int y, double zoom = 1.0) const;
 
     // The 65,536-entry curve of an adjustment: exposure scales linear light, contrast bends around

@@ -44,7 +44,7 @@ double Cover(double d, double pixel) {
 Rgb Scene(double u, double v, double px, const SAMPLE_LAYOUT& eyes) {
     // Sky: deep blue at the top to a warm haze at the horizon, with the sun's glow.
     Rgb c = Mix({0.16, 0.32, 0.62}, {0.93, 0.78, 0.62}, std::pow(v / 0.62, 1.6));
-    const double sunD = std::hypot((u - 0.24) * 1.5, v - 0.22);
+    const double sunD = std::hypot(u - 0.30, v - 0.20);
     c = Mix(c, {1.0, 0.93, 0.72}, 0.35 * std::exp(-sunD * 9));
     c = Mix(c, {1.0, 0.97, 0.86}, Cover((sunD - 0.06) * 1.5, px));
     // Two ranges of hills with grass texture.

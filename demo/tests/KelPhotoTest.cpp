@@ -42,18 +42,40 @@ TEST(PhotoAdjustment, CurveIsIdentityMonotonicAndBrightensByExposure) {
     EXPECT_GT(contrast[49152], identity[49152]);
 }
 
+TEST(PhotoAdjustment, ProcessesTheRectangleAtItsPlaceInTheSource) {
+    // The window hands over a working rectangle and the whole source: the rectangle's pixels must
+    // come from (x, y) of the source, and dst must keep its size.
+    CImageDataInfo src;
+    ASSERT_TRUE(kel_testing::MakeGradient(src, 200, 100, 3, 1));
+    CImageDataInfo dst;
+    ASSERT_TRUE(dst.Create(50, 20, 3, 1));
+    CPhotoAdjustment identity;
+    ASSERT_TRUE(identity.Process(dst, src, 120, 70));
+    EXPECT_EQ(dst.width, 50);
+    EXPECT_EQ(dst.height, 20);
+    for (int c = 0; c < 3; ++c) {
+        EXPECT_EQ(kel_testing::GetValue(dst, 0, 0, c), kel_testing::GetValue(src, 120, 70, c));
+        EXPECT_EQ(kel_testing::GetValue(dst, 49, 19, c), kel_testing::GetValue(src, 169, 89, c));
+    }
+    EXPECT_FALSE(identity.Process(dst, src, 160, 70)); // would reach past the source
+    CImageDataInfo whole;
+    ASSERT_TRUE(identity.Process(whole, src, 0, 0)); // an empty dst takes everything
+    EXPECT_EQ(kel_testing::MaxDifference(whole, src), 0);
+}
+
 TEST(PhotoAdjustment, LocalMaskBrightensOnlyUnderTheMask) {
     CImageDataInfo src;
-    ASSERT_TRUE(kel_testing::MakeConstant(src, 40, 20, 3, 1, 100));
+    ASSERT_TRUE(kel_testing::MakeConstant(src, 80, 40, 3, 1, 100));
     CSelectedRegion mask;
     ASSERT_TRUE(mask.Create(80, 40, 0));
     for (int y = 0; y < 40; ++y)
         for (int x = 40; x < 80; ++x)
-            mask.Row(y)[x] = 0xFFFF; // the right half of an 80 x 40 image
+            mask.Row(y)[x] = 0xFFFF; // the right half of the image
     CPhotoAdjustment adjustment;
     adjustment.SetLocalMask(&mask, nullptr, 1.0);
     CImageDataInfo dst;
-    // src is the part of the image at (30, 10): columns 30..69, so its last 30 columns are masked.
+    ASSERT_TRUE(dst.Create(40, 20, 3, 1));
+    // dst covers columns 30..69 of the image: its columns from 10 on are masked.
     ASSERT_TRUE(adjustment.Process(dst, src, 30, 10));
     EXPECT_EQ(kel_testing::GetValue(dst, 5, 5, 1), 100u);
     EXPECT_GT(kel_testing::GetValue(dst, 15, 5, 1), 130u);
@@ -61,6 +83,7 @@ TEST(PhotoAdjustment, LocalMaskBrightensOnlyUnderTheMask) {
     EXPECT_GT(kel_testing::GetValue(dst, 10, 5, 0), 130u);
     // Zoomed out, the view's own mask applies: without one nothing is brightened.
     CImageDataInfo zoomed;
+    ASSERT_TRUE(zoomed.Create(40, 20, 3, 1));
     ASSERT_TRUE(adjustment.Process(zoomed, src, 30, 10, 0.5));
     EXPECT_EQ(kel_testing::GetValue(zoomed, 15, 5, 1), 100u);
 }
