@@ -1,61 +1,13 @@
-// Feeds damaged bmp streams to the reader (header and decode) and to the whole load path. The first byte
-// chooses: odd, the input is the file; even, a small valid file is encoded from the input and then
-// damaged at positions the input names, so that the decoder sees streams close to real ones.
-#include "imagefile/Codecs.h"
-#include "imagefile/ImageFile.h"
-
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-
-namespace {
-
-ImageFile::detail::Bytes Synthesise(const uint8_t* data, size_t size) {
-    ImageFile::detail::Bytes file;
-    if (size < 7)
-        return file;
-    const int w = 1 + data[1] % 48, h = 1 + data[2] % 48;
-    const int channels = (data[3] % 3 == 0) ? 1 : (data[3] % 3 == 1 ? 3 : 4);
-    const int depth = 1 + data[3] / 128;
-    CImageDataInfo img;
-    if (!img.Create(w, h, channels, depth))
-        return file;
-    for (size_t i = 0; i < img.data.byte_size(); ++i)
-        img.data.data()[i] = data[6 + i % (size - 6)];
-    ImageFile::SAVEFILE_OPTIONS o;
-    o.format = ImageFile::CONTAINER_FORMAT_BMP;
-    o.bit16 = depth == 2;
-    o.quality = 1 + data[4] % 100;
-    o.subsampling = data[4] % 3;
-    o.compression = data[5] % 3;
-    o.lossless = (data[5] & 4) != 0;
-    o.embedProfile = (data[5] & 8) != 0;
-    if (ImageFile::EncodeImage(img, o, file) != 0)
-        return {};
-    // Damage: pairs of (position, xor value) from the rest of the input.
-    for (size_t i = 6; i + 2 < size && !file.empty(); i += 3) {
-        const size_t at = ((static_cast<size_t>(data[i]) << 8) | data[i + 1]) % file.size();
-        file[at] ^= data[i + 2];
-    }
-    // And a cut, when asked.
-    if (data[2] & 0x80)
-        file.resize(file.size() * (1 + data[1] % 7) / 8);
-    return file;
-}
-
-} // namespace
+// Feeds damaged bmp streams to the reader (header and decode) and to the whole load path.
+#include "fuzz/DecoderFuzzInput.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    ImageFile::detail::Bytes synth;
-    const uint8_t* d = data;
-    size_t n = size;
-    if (size > 0 && (data[0] & 1) == 0) {
-        synth = Synthesise(data, size);
-        d = synth.data();
-        n = synth.size();
-        if (n == 0)
-            return 0;
-    }
+    const ImageFile::detail::Bytes input =
+        kel_fuzz::DecoderInput(data, size, ImageFile::CONTAINER_FORMAT_BMP);
+    if (input.empty())
+        return 0;
+    const unsigned char* d = input.data();
+    const size_t n = input.size();
     ImageFile::FILEINFO info;
     ImageFile::detail::BmpReadInfo(d, n, info);
     CImageDataInfo image;
