@@ -1,5 +1,6 @@
 #include "app/CSingleInstance.h"
 
+#include <QCryptographicHash>
 #include <QDataStream>
 #include <QDeadlineTimer>
 #include <QLocalServer>
@@ -28,7 +29,12 @@ CSingleInstance::~CSingleInstance() {
 }
 
 QString CSingleInstance::ServerName() const {
-    return m_windowName + QLatin1Char('_') + QString::number(::getuid());
+    // The lock file's folder is the data folder: instances with different data folders (another
+    // XDG_DATA_HOME, parallel test runs) are different instances and must not share a socket.
+    const QByteArray folder =
+        QCryptographicHash::hash(m_lockPath.toUtf8(), QCryptographicHash::Sha1).toHex().left(12);
+    return m_windowName + QLatin1Char('_') + QString::number(::getuid()) + QLatin1Char('_') +
+           QString::fromLatin1(folder);
 }
 
 bool CSingleInstance::Acquire(int timeoutMs) {

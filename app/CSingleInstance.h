@@ -32,7 +32,7 @@ public:
     // Sends a command line to the running instance. True when it answered '1' within timeoutMs.
     bool SendStartupMsg(const QString& cmdLine, int timeoutMs = 2000) const;
 
-    // The socket name: the start-up window name, made unique per user.
+    // The socket name: the start-up window name, made unique per user and data folder.
     QString ServerName() const;
 
 private:

@@ -37,7 +37,7 @@ configure_build build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 if [[ $SANITIZE -eq 1 ]]; then
   export ASAN_OPTIONS=detect_leaks=1:abort_on_error=0
   export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
-  export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
+  export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$ROOT/scripts/tsan.supp"
   configure_build build-asan -DCMAKE_BUILD_TYPE=Debug -DKEL_SANITIZE=address,undefined
   (cd build-asan && ctest --output-on-failure -j "$JOBS" --timeout 600 -LE e2e)
   configure_build build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKEL_SANITIZE=thread
