@@ -245,6 +245,9 @@ TEST_F(BrushTool, CanvasOperations) {
     EXPECT_EQ(tool.GetCanvas(0, -1)->Row(0)[0], 0);
     EXPECT_EQ(tool.GetCanvas(1, -1), nullptr); // no display mask at 1:1
     EXPECT_EQ(tool.GetCanvas(0, 5), nullptr);
+    // The tool keeps a pointer to the caller's starting mask; these masks end with this scope, so
+    // the tool must not hold one when it is unloaded after the test.
+    tool.SetCanvas(nullptr, 0);
 }
 
 TEST_F(BrushTool, ZoomedOutStrokePaintsBothMasksAtTheirScales) {
