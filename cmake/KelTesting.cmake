@@ -23,10 +23,10 @@ function(kel_add_test_in dir)
     set(_main GTest::gtest_main)
   endif()
   target_link_libraries(${KT_NAME} PRIVATE ${KT_LIBS} GTest::gtest GTest::gmock ${_main} kel_testing)
+  # One variable only: test discovery flattens list-valued properties, and a second entry would be
+  # read as a property name and swallow the ones after it. Qt programs choose the offscreen
+  # platform in their shared main.
   set(_env "KEL_TEST_SOURCE_DIR=${PROJECT_SOURCE_DIR}")
-  if(KT_QT)
-    list(APPEND _env "QT_QPA_PLATFORM=offscreen")
-  endif()
   # One label a program: test discovery flattens list-valued properties. "threads" marks the
   # programs that the ThreadSanitizer pass runs; "e2e" the ones that need an X server.
   set(_labels ${KT_LABEL})
