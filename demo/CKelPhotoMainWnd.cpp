@@ -90,12 +90,13 @@ void CKelPhotoMainWnd::CreateStrip() {
         auto* s = new QSlider(Qt::Horizontal, m_strip);
         s->setRange(min, max);
         s->setValue(0);
-        s->setFixedWidth(180);
+        s->setMinimumWidth(60); // narrow windows shrink the sliders rather than crowd the strip
+        s->setMaximumWidth(180);
         s->setFocusPolicy(Qt::NoFocus); // keys belong to the canvas
         QObject::connect(s, &QSlider::sliderPressed, this, [this] { OnSliderPressed(); });
         QObject::connect(s, &QSlider::valueChanged, this, [this] { OnSliderMoved(); });
         QObject::connect(s, &QSlider::sliderReleased, this, [this] { OnSliderReleased(); });
-        layout->addWidget(s);
+        layout->addWidget(s, 1);
         return s;
     };
     m_exposure = addSlider("IDS_KELPHOTO_EXPOSURE", -300, 300); // EV x 100
