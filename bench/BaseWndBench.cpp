@@ -4,6 +4,8 @@
 
 #include "ui/CBaseWnd.h"
 
+#include "bench/QtBenchApp.h"
+
 #include <QApplication>
 #include <QPainter>
 
@@ -13,18 +15,6 @@ using KELCTRL::CBaseWnd;
 
 constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
-
-QApplication& BenchApp() {
-    if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance()))
-        return *app;
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    static int argc = 1;
-    static char name[] = "kel_bench";
-    static char* argv[] = {name, nullptr};
-    static QApplication* app = new QApplication(argc, argv);
-    return *app;
-}
 
 // Paints what a canvas paints at most: one client-sized image.
 class BlitWnd : public CBaseWnd {
@@ -41,7 +31,7 @@ private:
 };
 
 void BM_BaseWndFullRepaint(benchmark::State& state) {
-    BenchApp();
+    kel_bench::QtApp();
     BlitWnd wnd;
     wnd.Create(nullptr, QRect(0, 0, kWidth, kHeight), 1, 1);
     wnd.SetBorder(1);
@@ -53,7 +43,7 @@ void BM_BaseWndFullRepaint(benchmark::State& state) {
 BENCHMARK(BM_BaseWndFullRepaint)->Unit(benchmark::kMillisecond);
 
 void BM_BaseWndRenderClient(benchmark::State& state) {
-    BenchApp();
+    kel_bench::QtApp();
     BlitWnd wnd;
     wnd.Create(nullptr, QRect(0, 0, kWidth, kHeight), 1, 0);
     for (auto _ : state) {

@@ -7,6 +7,8 @@
 #include "imagewnd/CImageWnd.h"
 #include "tools/paint/CBrushTool.h"
 
+#include "bench/QtBenchApp.h"
+
 #include <QApplication>
 #include <QMouseEvent>
 
@@ -24,18 +26,6 @@ namespace {
 using namespace KELCTRL;
 using namespace KELCTRL::IMGWND_TOOL;
 using Clock = std::chrono::steady_clock;
-
-QApplication& LatencyApp() {
-    if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance()))
-        return *app;
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    static int argc = 1;
-    static char name[] = "kel_bench";
-    static char* argv[] = {name, nullptr};
-    static QApplication* app = new QApplication(argc, argv);
-    return *app;
-}
 
 std::atomic<CBrushTool*> g_tool{nullptr};
 
@@ -112,7 +102,7 @@ double Percentile(std::vector<double> v, double q) {
 
 // Arg: 0 fit, 1 one to one.
 void BM_BrushLatency(benchmark::State& state) {
-    LatencyApp();
+    kel_bench::QtApp();
     const bool oneToOne = state.range(0) != 0;
     constexpr int kPoints = 600;
     CImageDataInfo image, before;

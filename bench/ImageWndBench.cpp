@@ -4,23 +4,13 @@
 #include "common/testing/TestImages.h"
 #include "imagewnd/CImageWnd.h"
 
+#include "bench/QtBenchApp.h"
+
 #include <QApplication>
 
 namespace {
 
 using KELCTRL::CImageWnd;
-
-QApplication& BenchApp() {
-    if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance()))
-        return *app;
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    static int argc = 1;
-    static char name[] = "kel_bench";
-    static char* argv[] = {name, nullptr};
-    static QApplication* app = new QApplication(argc, argv);
-    return *app;
-}
 
 // Opens the cache and preview steps that a benchmark times on their own.
 class BenchWnd : public CImageWnd {
@@ -48,7 +38,7 @@ struct Scene {
         wnd.Settle();
     }
     // First: widgets need the application before they are built.
-    QApplication& app = BenchApp();
+    QApplication& app = kel_bench::QtApp();
     CImageDataInfo image, before, mask;
     BenchWnd wnd;
 };

@@ -7,6 +7,8 @@
 #include "imageprocess/ColorProfile.h"
 #include "imagewnd/CImageWnd.h"
 
+#include "bench/QtBenchApp.h"
+
 #include <QApplication>
 
 namespace {
@@ -15,18 +17,6 @@ using KELCTRL::CImageWnd;
 
 constexpr int kWidth = 1920;
 constexpr int kHeight = 1080;
-
-QApplication& PaintBenchApp() {
-    if (auto* app = qobject_cast<QApplication*>(QCoreApplication::instance()))
-        return *app;
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    static int argc = 1;
-    static char name[] = "kel_bench";
-    static char* argv[] = {name, nullptr};
-    static QApplication* app = new QApplication(argc, argv);
-    return *app;
-}
 
 // One 24 MP photo-like image for every run: generating it costs more than the runs.
 const CImageDataInfo& Photo() {
@@ -46,7 +36,7 @@ public:
 
 // state.range(0): 0 fit, 1 one to one; state.range(1): with a colour transform.
 void BM_ImageWndFullRepaint(benchmark::State& state) {
-    PaintBenchApp();
+    kel_bench::QtApp();
     CImageDataInfo image = Photo();
     PaintWnd wnd;
     wnd.Create(nullptr, QRect(0, 0, kWidth, kHeight), 1, 1);
