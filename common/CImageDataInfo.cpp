@@ -1,7 +1,5 @@
 #include "common/CImageDataInfo.h"
 
-#include <cstring>
-
 CImageDataInfo::CImageDataInfo(const CImageDataInfo& o) {
     *this = o;
 }
@@ -15,12 +13,8 @@ CImageDataInfo& CImageDataInfo::operator=(const CImageDataInfo& o) {
     depth = o.depth;
     stride = o.stride;
     alignment = o.alignment;
-    if (!data.resize(o.data.byte_size())) {
+    if (!data.copy_from(o.data))
         Release();
-        return *this;
-    }
-    if (!o.data.empty())
-        std::memcpy(data.data(), o.data.data(), o.data.byte_size());
     return *this;
 }
 

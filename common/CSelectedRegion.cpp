@@ -1,7 +1,6 @@
 #include "common/CSelectedRegion.h"
 
 #include <algorithm>
-#include <cstring>
 
 CSelectedRegion::CSelectedRegion(const CSelectedRegion& o) {
     *this = o;
@@ -14,12 +13,8 @@ CSelectedRegion& CSelectedRegion::operator=(const CSelectedRegion& o) {
     y = o.y;
     width = o.width;
     height = o.height;
-    if (!data.resize(o.data.byte_size())) {
+    if (!data.copy_from(o.data))
         Release();
-        return *this;
-    }
-    if (!o.data.empty())
-        std::memcpy(data.data(), o.data.data(), o.data.byte_size());
     return *this;
 }
 

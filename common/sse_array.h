@@ -41,6 +41,17 @@ public:
         m_bytes = bytes;
         return true;
     }
+    // Makes this a byte-for-byte copy of another array. False when the memory cannot be had (this
+    // array is then empty).
+    bool copy_from(const sse_array& o) {
+        if (this == &o)
+            return true;
+        if (!resize(o.size()))
+            return false;
+        if (o.m_bytes)
+            std::memcpy(m_aligned, o.m_aligned, o.m_bytes);
+        return true;
+    }
     void release() {
         std::free(m_raw);
         m_raw = nullptr;

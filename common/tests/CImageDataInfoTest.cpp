@@ -94,6 +94,18 @@ TEST(sse_array, ResizeKeepsContentOnlyAtTheSameSize) {
     EXPECT_TRUE(arr.empty());
     EXPECT_EQ(arr.data(), nullptr);
 
+    sse_array<unsigned char> copy;
+    ASSERT_TRUE(copy.resize(7));
+    ASSERT_TRUE(arr.resize(5));
+    std::memcpy(arr.data(), "abcde", 5);
+    ASSERT_TRUE(copy.copy_from(arr));
+    EXPECT_EQ(copy.byte_size(), 5u);
+    EXPECT_NE(copy.data(), arr.data());
+    EXPECT_EQ(std::memcmp(copy.data(), "abcde", 5), 0);
+    sse_array<unsigned char> none;
+    ASSERT_TRUE(copy.copy_from(none));
+    EXPECT_TRUE(copy.empty());
+
     sse_array<TINT4> ints;
     ASSERT_TRUE(ints.resize(3));
     EXPECT_EQ(ints.byte_size(), 48u);
