@@ -292,6 +292,7 @@ const detail::DisplayShaper* detail::DisplayShaperOf(const void* transform) {
             return;
         const cmsTagSignature trc[3] = {cmsSigBlueTRCTag, cmsSigGreenTRCTag, cmsSigRedTRCTag};
         auto shaper = std::make_unique<DisplayShaper>();
+        double linear[3][256];
         for (int c = 0; c < 3; ++c) {
             const auto* in = static_cast<const cmsToneCurve*>(cmsReadTag(a.h, trc[c]));
             const auto* out = static_cast<const cmsToneCurve*>(cmsReadTag(b.h, trc[c]));
@@ -301,20 +302,26 @@ const detail::DisplayShaper* detail::DisplayShaperOf(const void* transform) {
             if (!reverse)
                 return;
             for (int v = 0; v < 256; ++v)
-                shaper->in[c][v] = cmsEvalToneCurveFloat(in, static_cast<float>(v / 255.0));
+                linear[c][v] = cmsEvalToneCurveFloat(in, static_cast<float>(v / 255.0));
             for (int i = 0; i <= DisplayShaper::kOutSize; ++i) {
-                const float e =
-                    cmsEvalToneCurveFloat(reverse, static_cast<float>(i) / DisplayShaper::kOutSize);
+                const double root = static_cast<double>(i) / DisplayShaper::kOutSize;
+                const float e = cmsEvalToneCurveFloat(reverse, static_cast<float>(root * root));
                 shaper->out[c][i] = static_cast<uint8_t>(std::clamp(e * 255.0f + 0.5f, 0.0f, 255.0f));
             }
             cmsFreeToneCurve(reverse);
         }
+        double matrix[3][3];
         for (int i = 0; i < 3; ++i)
             for (int j = 0; j < 3; ++j) {
-                double v = 0;
+                matrix[i][j] = 0;
                 for (int k = 0; k < 3; ++k)
-                    v += inv[i][k] * ma[k][j];
-                shaper->matrix[i][j] = static_cast<float>(v);
+                    matrix[i][j] += inv[i][k] * ma[k][j];
+            }
+        for (int j = 0; j < 3; ++j)
+            for (int v = 0; v < 256; ++v) {
+                for (int i = 0; i < 3; ++i)
+                    shaper->in[j][v][i] = static_cast<float>(matrix[i][j] * linear[j][v]);
+                shaper->in[j][v][3] = 0.0f;
             }
         t->m_shaper = std::move(shaper);
     });

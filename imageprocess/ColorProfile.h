@@ -34,11 +34,16 @@ inline double DisplayLutGrid(int i) {
 const uint16_t* DisplayLut(const void* transform);
 // Between two matrix-shaper RGB profiles a transform is three tone curves, a 3 x 3 matrix and three
 // inverse curves: far cheaper per pixel than any table.
+// The tables are small enough to stay in the first-level cache together, which a photo with many
+// colours needs: looked up at random they would otherwise cost more than the arithmetic.
 struct DisplayShaper {
-    static constexpr int kOutSize = 16384;
-    float in[3][256];             // 8-bit B, G, R value -> linear
-    float matrix[3][3];           // linear B, G, R in -> linear B, G, R out
-    uint8_t out[3][kOutSize + 1]; // linear * kOutSize -> 8-bit value
+    static constexpr int kOutSize = 4096;
+    // Per input channel j and 8-bit value: column j of the matrix times the linear value, as B, G, R
+    // out and a zero, so that a pixel's linear output is the sum of three rows.
+    alignas(16) float in[3][256][4];
+    // sqrt(linear) * kOutSize -> 8-bit value. Indexed by the square root, the steps are finest near
+    // black, where tone curves are steepest, and no curve needs more than a fraction of a level.
+    uint8_t out[3][kOutSize + 1];
 };
 // Null when either profile is not matrix-shaper RGB. Built once per transform.
 const DisplayShaper* DisplayShaperOf(const void* transform);

@@ -10,6 +10,10 @@
 #include <cstring>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace ImageProcess {
 
 bool ProcessImage2(PROCESS_ROW_FUNC func, const CImageDataInfo& src, const IntRect& srcRect,
@@ -174,19 +178,41 @@ void ApplyDisplayLut(uint8_t* __restrict px, int width, const uint16_t* __restri
     }
 }
 
-// Curves, matrix, inverse curves, in place on B, G, R, A rows.
+// Curves, matrix, inverse curves, in place on B, G, R, A rows: three table rows summed, the square
+// root of the clamped sum indexing the output curves. A pixel's three channels go through together.
+#if defined(__SSE2__)
+void ApplyDisplayShaper(uint8_t* __restrict px, int width, const detail::DisplayShaper& sh) {
+    const __m128 zero = _mm_setzero_ps(), one = _mm_set1_ps(1.0f);
+    const __m128 scale = _mm_set1_ps(detail::DisplayShaper::kOutSize), half = _mm_set1_ps(0.5f);
+    for (int x = 0; x < width; ++x) {
+        uint8_t* p = px + 4 * x;
+        __m128 v = _mm_add_ps(_mm_add_ps(_mm_load_ps(sh.in[0][p[0]]), _mm_load_ps(sh.in[1][p[1]])),
+                              _mm_load_ps(sh.in[2][p[2]]));
+        v = _mm_sqrt_ps(_mm_min_ps(_mm_max_ps(v, zero), one));
+        alignas(16) int32_t k[4];
+        _mm_store_si128(reinterpret_cast<__m128i*>(k),
+                        _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(v, scale), half)));
+        // B, G, R and the opaque alpha the row already holds, in one store.
+        const uint32_t bgra = sh.out[0][k[0]] | static_cast<uint32_t>(sh.out[1][k[1]]) << 8 |
+                              static_cast<uint32_t>(sh.out[2][k[2]]) << 16 | 0xFF000000u;
+        std::memcpy(p, &bgra, 4);
+    }
+}
+#else // the same steps a channel at a time
 void ApplyDisplayShaper(uint8_t* __restrict px, int width, const detail::DisplayShaper& sh) {
     constexpr float scale = detail::DisplayShaper::kOutSize;
     for (int x = 0; x < width; ++x) {
         uint8_t* p = px + 4 * x;
-        const float l[3] = {sh.in[0][p[0]], sh.in[1][p[1]], sh.in[2][p[2]]};
+        const float* b = sh.in[0][p[0]];
+        const float* g = sh.in[1][p[1]];
+        const float* r = sh.in[2][p[2]];
         for (int c = 0; c < 3; ++c) {
-            const float v = sh.matrix[c][0] * l[0] + sh.matrix[c][1] * l[1] + sh.matrix[c][2] * l[2];
-            const float k = std::min(std::max(v * scale + 0.5f, 0.0f), scale);
-            p[c] = sh.out[c][static_cast<int>(k)];
+            const float v = std::sqrt(std::min(std::max((b[c] + g[c]) + r[c], 0.0f), 1.0f));
+            p[c] = sh.out[c][static_cast<int>(v * scale + 0.5f)];
         }
     }
 }
+#endif
 
 } // namespace
 
