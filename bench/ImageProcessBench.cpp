@@ -1,6 +1,7 @@
 // The pixel library on a 24 MP photo: copies, curves, resizes and display conversion, each beside a
 // memcpy of the same bytes measured in the same run.
 #include "bench/BenchUtil.h"
+#include "common/testing/VectorRegisters.h"
 #include "imageprocess/ImageProcess.h"
 
 #include <benchmark/benchmark.h>
@@ -90,7 +91,8 @@ void BM_ResizeImage(benchmark::State& state) {
     kel_bench::ReportThroughput(state, kel_bench::k24MP, ImageBytes(src));
 }
 
-// Arguments: width, height, with curve and transform (1) or plain (0). 8-bit source.
+// Arguments: width, height, with curve and transform (1) or plain (0), and whether wide-vector code
+// ran just before (the conversion must not slow down after it). 8-bit source.
 void BM_DisplayConversion(benchmark::State& state) {
     const CImageDataInfo& src = Photo(1);
     const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
@@ -106,6 +108,8 @@ void BM_DisplayConversion(benchmark::State& state) {
     }
     const IntRect rect{(src.width - w) / 2, (src.height - h) / 2, w, h};
     for (auto _ : state) {
+        if (state.range(3))
+            kel_testing::UseUpperVectorHalves();
         ConvertImageForDisplay(src, rect, display.data(), w * 4, params);
         benchmark::ClobberMemory();
     }
@@ -132,10 +136,11 @@ BENCHMARK(BM_ResizeImage)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 BENCHMARK(BM_DisplayConversion)
-    ->ArgNames({"w", "h", "managed"})
-    ->Args({1920, 1080, 0})
-    ->Args({1920, 1080, 1})
-    ->Args({3840, 2160, 0})
-    ->Args({3840, 2160, 1})
+    ->ArgNames({"w", "h", "managed", "after_wide"})
+    ->Args({1920, 1080, 0, 0})
+    ->Args({1920, 1080, 1, 0})
+    ->Args({1920, 1080, 1, 1})
+    ->Args({3840, 2160, 0, 0})
+    ->Args({3840, 2160, 1, 0})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
