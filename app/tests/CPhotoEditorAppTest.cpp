@@ -1,6 +1,7 @@
 // Guards against a changed start-up or shut-down order, settings saved without having been read,
 // folders wiped by an instance that does not own them, a second instance that starts instead of
-// handing over its command line, and command lines split wrongly.
+// handing over its command line, command lines split wrongly, and wheel turns that scroll the
+// window with the focus instead of the one under the pointer.
 #include "app/CPhotoEditorApp.h"
 #include "app/CAppEventFilter.h"
 #include "app/CSingleInstance.h"
@@ -19,6 +20,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QWheelEvent>
 #include <QWidget>
 
 #include <algorithm>
@@ -129,6 +131,41 @@ private:
     bool m_readSettings;
     QWidget* m_window = nullptr;
 };
+
+// A window that records the wheel turns it receives.
+class WheelRecorder : public QWidget {
+public:
+    using QWidget::QWidget;
+    struct Turn {
+        QPoint pos;
+        int delta;
+    };
+    std::vector<Turn> turns;
+
+protected:
+    void wheelEvent(QWheelEvent* event) override {
+        turns.push_back({event->position().toPoint(), event->angleDelta().y()});
+        event->accept();
+    }
+};
+
+// Counts the wheel events that reach the object it watches.
+class WheelArrivals : public QObject {
+public:
+    int count = 0;
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::Wheel)
+            ++count;
+        return false;
+    }
+};
+
+// A turn of the wheel as the window system delivers it: to a top-level window, at a global position.
+void TurnWheel(QWidget* receiver, const QPoint& global, int delta) {
+    QWheelEvent wheel(receiver->mapFromGlobal(QPointF(global)), QPointF(global), QPoint(), QPoint(0, delta),
+                      Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(receiver, &wheel);
+}
 
 class AppTest : public ::testing::Test {
 protected:
@@ -335,6 +372,48 @@ TEST_F(AppTest, HotKeysRunOnlyOutsideEditsWithAnEnabledMainWindow) {
     QKeyEvent ctrlSInEdit(QEvent::KeyPress, Qt::Key_S, Qt::ControlModifier, "s");
     QApplication::sendEvent(edit, &ctrlSInEdit);
     EXPECT_EQ(app.commands.size(), before);
+    app.ExitInstance();
+}
+
+TEST_F(AppTest, WheelGoesToTheWindowUnderThePointer) {
+    TestProduct app(dir.path());
+    ASSERT_EQ(app.InitInstance(), 1);
+    QWidget* main = app.GetMainWnd();
+    main->setGeometry(0, 0, 300, 200);
+    main->show();
+    // What reaches the main window past the application's filter.
+    WheelArrivals arrivals;
+    main->installEventFilter(&arrivals);
+    // A floating panel beside the main window, with a list in its lower half.
+    WheelRecorder panel;
+    panel.setGeometry(400, 0, 200, 200);
+    auto* list = new WheelRecorder(&panel);
+    list->setGeometry(0, 100, 200, 100);
+    panel.show();
+    QApplication::processEvents();
+    ASSERT_EQ(QApplication::widgetAt(QPoint(450, 50)), &panel);
+
+    // Delivered to the main window while the pointer is over the panel: the panel scrolls, at the
+    // pointer's place in it, and the main window does not.
+    TurnWheel(main, panel.mapToGlobal(QPoint(50, 40)), 120);
+    ASSERT_EQ(panel.turns.size(), 1u);
+    EXPECT_EQ(panel.turns[0].pos, QPoint(50, 40));
+    EXPECT_EQ(panel.turns[0].delta, 120);
+    EXPECT_EQ(arrivals.count, 0);
+    // Over the list: the list, the innermost window under the pointer, gets it.
+    TurnWheel(main, list->mapToGlobal(QPoint(10, 20)), -240);
+    ASSERT_EQ(list->turns.size(), 1u);
+    EXPECT_EQ(list->turns[0].pos, QPoint(10, 20));
+    EXPECT_EQ(list->turns[0].delta, -240);
+    EXPECT_EQ(panel.turns.size(), 1u);
+    EXPECT_EQ(arrivals.count, 0);
+    // Over the main window itself, or over no window: left to the usual delivery.
+    TurnWheel(main, main->mapToGlobal(QPoint(100, 100)), 120);
+    EXPECT_EQ(arrivals.count, 1);
+    TurnWheel(main, QPoint(350, 500), 120);
+    EXPECT_EQ(arrivals.count, 2);
+    EXPECT_EQ(panel.turns.size() + list->turns.size(), 2u);
+    main->removeEventFilter(&arrivals);
     app.ExitInstance();
 }
 
