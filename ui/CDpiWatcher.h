@@ -33,11 +33,11 @@ public:
     // A widget reacts to screen changes itself when it is a window, or when no window of this
     // library contains it inside the same Qt window.
     static bool IsDpiRoot(const QWidget* widget);
-    // What the platform suggests for a window whose dpi changes: the top-left kept and the size
-    // carried from the old dpi to the new one.
     // Sends WM_DPICHANGED with the current rectangle to the library's windows inside parent (not
     // into other Qt windows); each hands it on to the windows inside it.
     static void SendDpiToChildren(QWidget* parent, uintptr_t wParam);
+    // What the platform suggests for a window whose dpi changes: the top-left kept and the size
+    // carried from the old dpi to the new one.
     static QRect SuggestedRect(const QRect& rect, std::pair<unsigned, unsigned> from,
                                std::pair<unsigned, unsigned> to);
 
