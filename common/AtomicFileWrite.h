@@ -10,7 +10,7 @@
 namespace KELCTRL {
 
 // Writes `bytes` as the new content of `target`. Returns 1 on success, 0 on failure with a readable
-// reason in *error when given. A new file gets mode 0644 less the umask; a replaced file keeps its mode.
+// reason in *error when given. A new file gets mode 0666 less the umask; a replaced file keeps its mode.
 int WriteFileAtomically(const std::filesystem::path& target, std::string_view bytes,
                         std::string* error = nullptr);
 

@@ -1,0 +1,123 @@
+// Guards against a failed or abandoned write that truncates the user's file, leaves a temporary
+// behind or changes the file's mode.
+#include "common/CAtomicFileWriter.h"
+#include "common/AtomicFileWrite.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+using namespace KELCTRL;
+namespace fs = std::filesystem;
+
+namespace {
+
+class Folder {
+public:
+    Folder() {
+        std::string pattern = (fs::temp_directory_path() / "kel_atomic_XXXXXX").string();
+        if (::mkdtemp(pattern.data()))
+            m_path = pattern;
+    }
+    ~Folder() {
+        std::error_code ec;
+        fs::remove_all(m_path, ec);
+    }
+    const fs::path& path() const { return m_path; }
+    size_t Entries() const {
+        size_t n = 0;
+        for ([[maybe_unused]] const auto& e : fs::directory_iterator(m_path))
+            ++n;
+        return n;
+    }
+
+private:
+    fs::path m_path;
+};
+
+std::string Read(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+unsigned ModeOf(const fs::path& p) {
+    struct stat st {};
+    return ::stat(p.c_str(), &st) == 0 ? st.st_mode & 07777 : 0;
+}
+
+} // namespace
+
+TEST(AtomicFileWriter, ReplacesWholeKeepsTheModeAndTrimsTheReservation) {
+    Folder dir;
+    ASSERT_FALSE(dir.path().empty());
+    const fs::path target = dir.path() / "photo.jpg";
+    ASSERT_EQ(WriteFileAtomically(target, "old content"), 1);
+    ASSERT_EQ(::chmod(target.c_str(), 0600), 0);
+
+    CAtomicFileWriter writer(target);
+    ASSERT_EQ(writer.Open(1 << 20), 1); // more reserved than written
+    ASSERT_EQ(writer.Write("new ", 4), 1);
+    EXPECT_EQ(Read(target), "old content"); // untouched until the commit
+    ASSERT_EQ(writer.Write("bytes", 5), 1);
+    ASSERT_EQ(writer.Commit(), 1);
+    EXPECT_EQ(Read(target), "new bytes");
+    EXPECT_EQ(ModeOf(target), 0600u);
+    EXPECT_EQ(dir.Entries(), 1u);
+
+    // A new file gets what any program's new file gets.
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    ASSERT_EQ(WriteFileAtomically(dir.path() / "new.txt", "x"), 1);
+    EXPECT_EQ(ModeOf(dir.path() / "new.txt"), 0666u & ~mask);
+}
+
+TEST(AtomicFileWriter, AbandonedOrFailedWritesLeaveTheOldFileAndNoTemporary) {
+    Folder dir;
+    ASSERT_FALSE(dir.path().empty());
+    const fs::path target = dir.path() / "settings.xml";
+    ASSERT_EQ(WriteFileAtomically(target, "keep me"), 1);
+    {
+        CAtomicFileWriter writer(target);
+        ASSERT_EQ(writer.Open(), 1);
+        ASSERT_EQ(writer.Write("half", 4), 1);
+        EXPECT_EQ(dir.Entries(), 2u);
+    } // never committed
+    EXPECT_EQ(Read(target), "keep me");
+    EXPECT_EQ(dir.Entries(), 1u);
+
+    // The disk fills half way: the file size limit fails the write as a full disk would.
+    rlimit old{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
+    auto* oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit small = old;
+    small.rlim_cur = 4096;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const std::string big(64 * 1024, 'z');
+    CAtomicFileWriter writer(target);
+    const int opened = writer.Open();
+    const int written = opened ? writer.Write(big.data(), big.size()) : 0;
+    ::setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, oldHandler);
+    EXPECT_EQ(opened, 1);
+    EXPECT_EQ(written, 0);
+    EXPECT_EQ(writer.Error(), EFBIG);
+    EXPECT_EQ(writer.Commit(), 0);
+    EXPECT_EQ(Read(target), "keep me");
+    EXPECT_EQ(dir.Entries(), 1u);
+
+    std::string error;
+    EXPECT_EQ(WriteFileAtomically(dir.path(), "x", &error), 0); // a folder is no file
+    EXPECT_NE(error.find(std::strerror(EISDIR)), std::string::npos) << error;
+    EXPECT_EQ(WriteFileAtomically(dir.path() / "missing" / "f", "x", &error), 0);
+    EXPECT_NE(error.find(std::strerror(ENOENT)), std::string::npos) << error;
+    EXPECT_EQ(dir.Entries(), 1u);
+}
