@@ -1,6 +1,8 @@
 #pragma once
-// Writes a file through a temporary beside the target and renames it over the target only when every
-// byte reached the disk, so a failed write never leaves a truncated file or a temporary behind.
+// The library's atomic writer with this library's error codes: a temporary beside the target,
+// renamed over it only when every byte reached the disk.
+#include "common/CAtomicFileWriter.h"
+
 #include <cstddef>
 #include <filesystem>
 
@@ -8,30 +10,23 @@ namespace ImageFile {
 
 class AtomicFileWriter {
 public:
-    explicit AtomicFileWriter(std::filesystem::path target);
-    AtomicFileWriter(const AtomicFileWriter&) = delete;
-    AtomicFileWriter& operator=(const AtomicFileWriter&) = delete;
-    // Removes the temporary unless Commit succeeded.
-    ~AtomicFileWriter();
+    explicit AtomicFileWriter(std::filesystem::path target) : m_writer(std::move(target)) {}
 
-    // Creates the temporary in the target's folder; `expectedSize` bytes are reserved at once so
-    // that a full disk shows here rather than half way. Returns 0 or an error code.
+    // Each returns 0 or an error code; after an error the temporary is gone.
     int Open(size_t expectedSize = 0);
     int Write(const void* data, size_t size);
-    // Flushes, closes and renames over the target (keeping the old file's permissions).
     int Commit();
-    void Abort();
+    void Abort() { m_writer.Abort(); }
 
-    const std::filesystem::path& TempPath() const { return m_temp; }
+    const std::filesystem::path& TempPath() const { return m_writer.TempPath(); }
 
     // The whole sequence for a buffer already in memory.
     static int WriteFile(const std::filesystem::path& target, const void* data, size_t size);
 
 private:
-    std::filesystem::path m_target;
-    std::filesystem::path m_temp;
-    int m_fd = -1;
-    bool m_committed = false;
+    int Result(int ok) const;
+
+    KELCTRL::CAtomicFileWriter m_writer;
 };
 
 } // namespace ImageFile
