@@ -2,6 +2,7 @@
 // behind or changes the file's mode.
 #include "common/CAtomicFileWriter.h"
 #include "common/AtomicFileWrite.h"
+#include "common/testing/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -17,32 +18,10 @@
 #include <string>
 
 using namespace KELCTRL;
+using kel_testing::TempFolder;
 namespace fs = std::filesystem;
 
 namespace {
-
-class Folder {
-public:
-    Folder() {
-        std::string pattern = (fs::temp_directory_path() / "kel_atomic_XXXXXX").string();
-        if (::mkdtemp(pattern.data()))
-            m_path = pattern;
-    }
-    ~Folder() {
-        std::error_code ec;
-        fs::remove_all(m_path, ec);
-    }
-    const fs::path& path() const { return m_path; }
-    size_t Entries() const {
-        size_t n = 0;
-        for ([[maybe_unused]] const auto& e : fs::directory_iterator(m_path))
-            ++n;
-        return n;
-    }
-
-private:
-    fs::path m_path;
-};
 
 std::string Read(const fs::path& p) {
     std::ifstream in(p, std::ios::binary);
@@ -57,7 +36,7 @@ unsigned ModeOf(const fs::path& p) {
 } // namespace
 
 TEST(AtomicFileWriter, ReplacesWholeKeepsTheModeAndTrimsTheReservation) {
-    Folder dir;
+    TempFolder dir("kel_atomic");
     ASSERT_FALSE(dir.path().empty());
     const fs::path target = dir.path() / "photo.jpg";
     ASSERT_EQ(WriteFileAtomically(target, "old content"), 1);
@@ -71,7 +50,7 @@ TEST(AtomicFileWriter, ReplacesWholeKeepsTheModeAndTrimsTheReservation) {
     ASSERT_EQ(writer.Commit(), 1);
     EXPECT_EQ(Read(target), "new bytes");
     EXPECT_EQ(ModeOf(target), 0600u);
-    EXPECT_EQ(dir.Entries(), 1u);
+    EXPECT_EQ(dir.Entries().size(), 1u);
 
     // A new file gets what any program's new file gets.
     const mode_t mask = ::umask(0);
@@ -81,7 +60,7 @@ TEST(AtomicFileWriter, ReplacesWholeKeepsTheModeAndTrimsTheReservation) {
 }
 
 TEST(AtomicFileWriter, AbandonedOrFailedWritesLeaveTheOldFileAndNoTemporary) {
-    Folder dir;
+    TempFolder dir("kel_atomic");
     ASSERT_FALSE(dir.path().empty());
     const fs::path target = dir.path() / "settings.xml";
     ASSERT_EQ(WriteFileAtomically(target, "keep me"), 1);
@@ -89,10 +68,10 @@ TEST(AtomicFileWriter, AbandonedOrFailedWritesLeaveTheOldFileAndNoTemporary) {
         CAtomicFileWriter writer(target);
         ASSERT_EQ(writer.Open(), 1);
         ASSERT_EQ(writer.Write("half", 4), 1);
-        EXPECT_EQ(dir.Entries(), 2u);
+        EXPECT_EQ(dir.Entries().size(), 2u);
     } // never committed
     EXPECT_EQ(Read(target), "keep me");
-    EXPECT_EQ(dir.Entries(), 1u);
+    EXPECT_EQ(dir.Entries().size(), 1u);
 
     // The disk fills half way: the file size limit fails the write as a full disk would.
     rlimit old{};
@@ -112,12 +91,12 @@ TEST(AtomicFileWriter, AbandonedOrFailedWritesLeaveTheOldFileAndNoTemporary) {
     EXPECT_EQ(writer.Error(), EFBIG);
     EXPECT_EQ(writer.Commit(), 0);
     EXPECT_EQ(Read(target), "keep me");
-    EXPECT_EQ(dir.Entries(), 1u);
+    EXPECT_EQ(dir.Entries().size(), 1u);
 
     std::string error;
     EXPECT_EQ(WriteFileAtomically(dir.path(), "x", &error), 0); // a folder is no file
     EXPECT_NE(error.find(std::strerror(EISDIR)), std::string::npos) << error;
     EXPECT_EQ(WriteFileAtomically(dir.path() / "missing" / "f", "x", &error), 0);
     EXPECT_NE(error.find(std::strerror(ENOENT)), std::string::npos) << error;
-    EXPECT_EQ(dir.Entries(), 1u);
+    EXPECT_EQ(dir.Entries().size(), 1u);
 }

@@ -1,5 +1,6 @@
 #pragma once
 // Shared helpers of the file library's tests: a private temporary folder, file bytes, save options.
+#include "common/testing/TempFolder.h"
 #include "imagefile/ImageFile.h"
 
 #include <gtest/gtest.h>
@@ -14,31 +15,10 @@ namespace iftest {
 
 namespace fs = std::filesystem;
 
-class TempDir {
+// A private temporary folder, removed afterwards.
+class TempDir : public kel_testing::TempFolder {
 public:
-    TempDir() {
-        std::string pattern = (fs::temp_directory_path() / "imagefile_test_XXXXXX").string();
-        if (::mkdtemp(pattern.data()))
-            m_path = pattern;
-    }
-    ~TempDir() {
-        std::error_code ec;
-        fs::permissions(m_path, fs::perms::owner_all, fs::perm_options::add, ec);
-        fs::remove_all(m_path, ec);
-    }
-    const fs::path& path() const { return m_path; }
-    fs::path operator/(const std::string& name) const { return m_path / name; }
-    // Names of every entry, to prove that no temporary was left behind.
-    std::vector<std::string> Entries() const {
-        std::vector<std::string> names;
-        std::error_code ec;
-        for (const auto& e : fs::directory_iterator(m_path, ec))
-            names.push_back(e.path().filename().string());
-        return names;
-    }
-
-private:
-    fs::path m_path;
+    TempDir() : TempFolder("imagefile_test") {}
 };
 
 inline std::vector<unsigned char> ReadAll(const fs::path& p) {

@@ -1,6 +1,7 @@
 // Guards the general worker's batch rotation: files turned the wrong way or not at all, failures that
 // go uncounted or stop the batch, progress steps out of order, a cancel that is ignored, and a caller
 // that waits forever for a thread that does not run.
+#include "common/testing/TempFolder.h"
 #include "common/testing/TestImages.h"
 #include "imagefile/ImageFile.h"
 #include "imageprocess/ImageProcess.h"
@@ -15,28 +16,12 @@
 
 using kel_testing::MakeGradient;
 using kel_testing::SamePixels;
+using kel_testing::TempFolder;
 using KELCTRL::CImageProcessThread;
 
 namespace {
 
 namespace fs = std::filesystem;
-
-class TempFolder {
-public:
-    TempFolder() {
-        std::string pattern = (fs::temp_directory_path() / "imagewnd_rotate_XXXXXX").string();
-        if (::mkdtemp(pattern.data()))
-            m_path = pattern;
-    }
-    ~TempFolder() {
-        std::error_code ec;
-        fs::remove_all(m_path, ec);
-    }
-    const fs::path& path() const { return m_path; }
-
-private:
-    fs::path m_path;
-};
 
 // Steps reported by the worker, with a cancel at a chosen step.
 struct ProgressLog {
@@ -87,7 +72,7 @@ protected:
         return turned;
     }
 
-    TempFolder folder;
+    TempFolder folder{"imagewnd_rotate"};
     QStringList names;
     std::vector<CImageDataInfo> originals;
     ProgressLog progress;
