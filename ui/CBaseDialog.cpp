@@ -163,16 +163,11 @@ void CBaseDialog::SetUISizeInfo(CUISizeInfo* info) {
 }
 
 int CBaseDialog::UpdateDpiFromMonitor() {
-    if (!m_created)
+    uintptr_t wParam = 0;
+    QRect rect;
+    if (!m_created || !CDpiWatcher::PendingChange(this, m_uiSizeInfo, wParam, rect))
         return 0;
-    const auto dpi = MonitorDpi(this);
-    const std::pair<unsigned, unsigned> old =
-        m_uiSizeInfo ? std::pair<unsigned, unsigned>(m_uiSizeInfo->DpiX(), m_uiSizeInfo->DpiY())
-                     : std::pair<unsigned, unsigned>(96, 96);
-    if (m_uiSizeInfo && dpi == old)
-        return 0;
-    const QRect rect = CDpiWatcher::SuggestedRect(geometry(), old, dpi);
-    SendMessage(WM_DPICHANGED, MakeDpiWParam(dpi.first, dpi.second), reinterpret_cast<intptr_t>(&rect));
+    SendMessage(WM_DPICHANGED, wParam, reinterpret_cast<intptr_t>(&rect));
     return 1;
 }
 
@@ -185,19 +180,7 @@ intptr_t CBaseDialog::SendMessage(unsigned msg, uintptr_t wParam, intptr_t lPara
 }
 
 intptr_t CBaseDialog::OnDPIChanged(uintptr_t wParam, const QRect* rect) {
-    CUISizeInfo* info = &FindUISizeInfo(wParam & 0xFFFF, (wParam >> 16) & 0xFFFF);
-    if (info == m_uiSizeInfo)
-        return 1;
-    m_dpiChanging = true;
-    SetUISizeInfo(info);
-    CDpiWatcher::SendDpiToChildren(this, wParam);
-    const QRect target = rect ? *rect : geometry();
-    const QSize oldSize(m_clientWidth, m_clientHeight);
-    MoveWindow(target, 1);
-    if (target.size() == oldSize)
-        OnSize(0, target.width(), target.height());
-    m_dpiChanging = false;
-    return 0;
+    return CDpiWatcher::ApplyChange(*this, wParam, rect);
 }
 
 int CBaseDialog::OnIsDPIChanging() {

@@ -127,6 +127,7 @@ protected:
     void showEvent(QShowEvent* e) override;
 
 private:
+    friend class CDpiWatcher; // applies a dpi change (ApplyChange)
     void InitDialog(const QRect& rect);
     void HandleSize(int width, int height);
     void PaintClient(QPainter& painter, int width, int height);

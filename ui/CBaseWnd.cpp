@@ -566,34 +566,17 @@ void CBaseWnd::SetUISizeInfo(CUISizeInfo* info) {
 }
 
 int CBaseWnd::UpdateDpiFromMonitor() {
-    if (!m_created || !CDpiWatcher::IsDpiRoot(this))
+    uintptr_t wParam = 0;
+    QRect rect;
+    if (!m_created || !CDpiWatcher::IsDpiRoot(this) ||
+        !CDpiWatcher::PendingChange(this, m_uiSizeInfo, wParam, rect))
         return 0;
-    const auto dpi = MonitorDpi(this);
-    const std::pair<unsigned, unsigned> old =
-        m_uiSizeInfo ? std::pair<unsigned, unsigned>(m_uiSizeInfo->DpiX(), m_uiSizeInfo->DpiY())
-                     : std::pair<unsigned, unsigned>(96, 96);
-    if (m_uiSizeInfo && dpi == old)
-        return 0;
-    const QRect rect = isWindow() ? CDpiWatcher::SuggestedRect(geometry(), old, dpi) : geometry();
-    SendMessage(WM_DPICHANGED, MakeDpiWParam(dpi.first, dpi.second), reinterpret_cast<intptr_t>(&rect));
+    SendMessage(WM_DPICHANGED, wParam, reinterpret_cast<intptr_t>(&rect));
     return 1;
 }
 
 intptr_t CBaseWnd::OnDPIChanged(uintptr_t wParam, const QRect* rect) {
-    CUISizeInfo* info = &FindUISizeInfo(wParam & 0xFFFF, (wParam >> 16) & 0xFFFF);
-    if (info == m_uiSizeInfo)
-        return 1;
-    m_dpiChanging = true;
-    SetUISizeInfo(info);
-    CDpiWatcher::SendDpiToChildren(this, wParam);
-    const QRect target = rect ? *rect : geometry();
-    const QSize oldSize(m_clientWidth, m_clientHeight);
-    MoveWindow(target, 1);
-    // Sizes and fonts changed even when the rectangle did not: lay out anyway.
-    if (target.size() == oldSize)
-        OnSize(0, target.width(), target.height());
-    m_dpiChanging = false;
-    return 0;
+    return CDpiWatcher::ApplyChange(*this, wParam, rect);
 }
 
 void CBaseWnd::SetTooltipText(const QString& text) {

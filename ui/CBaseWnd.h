@@ -250,6 +250,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* e) override;
 
 private:
+    friend class CDpiWatcher; // applies a dpi change (ApplyChange)
     struct LastPress {
         Qt::MouseButton button = Qt::NoButton;
         quint64 timestamp = 0;

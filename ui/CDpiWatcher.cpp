@@ -2,6 +2,7 @@
 
 #include "ui/CBaseDialog.h"
 #include "ui/CBaseWnd.h"
+#include "ui/WinDefs.h"
 
 #include <QScreen>
 #include <QWidget>
@@ -85,6 +86,19 @@ QRect CDpiWatcher::SuggestedRect(const QRect& rect, std::pair<unsigned, unsigned
     };
     return QRect(rect.topLeft(), QSize(carry(rect.width(), from.first, to.first),
                                        carry(rect.height(), from.second, to.second)));
+}
+
+int CDpiWatcher::PendingChange(const QWidget* wnd, const CUISizeInfo* current, uintptr_t& wParam,
+                               QRect& rect) {
+    const auto dpi = MonitorDpi(wnd);
+    const std::pair<unsigned, unsigned> old =
+        current ? std::pair<unsigned, unsigned>(current->DpiX(), current->DpiY())
+                : std::pair<unsigned, unsigned>(96, 96);
+    if (current && dpi == old)
+        return 0;
+    wParam = MakeDpiWParam(dpi.first, dpi.second);
+    rect = wnd->isWindow() ? SuggestedRect(wnd->geometry(), old, dpi) : wnd->geometry();
+    return 1;
 }
 
 } // namespace KELCTRL
