@@ -9,14 +9,9 @@ namespace ImageFile {
 int AtomicFileWriter::Result(int ok) const {
     if (ok)
         return ERR_OK;
-    switch (m_writer.Error()) {
-    case EINVAL:
-        return ERR_INVALID_ARGUMENT;
-    case EISDIR:
-        return ERR_NOT_A_FILE;
-    default:
-        return ErrorFromErrno(m_writer.Error(), true);
-    }
+    // EINVAL and EBADF say the writer was misused (no name, or a step out of order), not the disk.
+    const int err = m_writer.Error();
+    return err == EINVAL || err == EBADF ? ERR_INVALID_ARGUMENT : ErrorFromErrno(err, true);
 }
 
 int AtomicFileWriter::Open(size_t expectedSize) {
