@@ -33,9 +33,9 @@ inline double DisplayLutGrid(int i) {
 // profiles cannot be sampled.
 const uint16_t* DisplayLut(const void* transform);
 // Between two matrix-shaper RGB profiles a transform is three tone curves, a 3 x 3 matrix and three
-// inverse curves: far cheaper per pixel than any table.
-// The tables are small enough to stay in the first-level cache together, which a photo with many
-// colours needs: looked up at random they would otherwise cost more than the arithmetic.
+// inverse curves: far cheaper per pixel than any table. The tables below fit the first-level cache
+// together, which a photo with many colours needs: looked up at random they would otherwise cost more
+// than the arithmetic.
 struct DisplayShaper {
     static constexpr int kOutSize = 4096;
     // Per input channel j and 8-bit value: column j of the matrix times the linear value, as B, G, R

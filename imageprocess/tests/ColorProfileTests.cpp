@@ -1,17 +1,16 @@
 // Guards colour management against transforms that drift on identity, wrong channel order, linear
-// profiles that are not linear, and bad input that writes into the output.
+// profiles that are not linear, a fast display path that strays from the engine, and bad input that
+// writes into the output.
 #include "common/testing/TestImages.h"
 #include "imageprocess/ImageProcess.h"
-
 #include "imageprocess/tests/TestProfiles.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <utility>
-
-#include <cstdlib>
 #include <vector>
 
 using namespace ImageProcess;

@@ -18,6 +18,7 @@ TEST(VectorState, PixelLoopsStartWithTheUpperHalvesClear) {
     // The row splitter clears them before each band, on the caller's thread too.
     bool dirtyInBody = true;
     UseUpperVectorHalves();
+    ASSERT_TRUE(UpperVectorHalvesInUse());
     ImageProcess::detail::ParallelRows(1, 1, nullptr,
                                        [&](int, int) { dirtyInBody = UpperVectorHalvesInUse(); });
     EXPECT_FALSE(dirtyInBody);
