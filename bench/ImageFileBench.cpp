@@ -98,33 +98,8 @@ std::vector<unsigned char> Slurp(const fs::path& p) {
     return std::vector<unsigned char>((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
 }
 
-void BM_JpegFullDecode(benchmark::State& state) {
-    const Files& f = GetFiles();
-    if (!f.ok)
-        return state.SkipWithError("test files could not be written");
-    for (auto _ : state) {
-        ImageFile::FILEINFO info;
-        CImageDataInfo img;
-        benchmark::DoNotOptimize(ImageFile::LoadFile(info, img, f.jpeg));
-    }
-    kel_bench::ReportThroughput(state, kel_bench::k24MP, kel_bench::k24MP * 3);
-}
-BENCHMARK(BM_JpegFullDecode)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-void BM_Tiff16FullDecode(benchmark::State& state) {
-    const Files& f = GetFiles();
-    if (!f.ok)
-        return state.SkipWithError("test files could not be written");
-    for (auto _ : state) {
-        ImageFile::FILEINFO info;
-        CImageDataInfo img;
-        benchmark::DoNotOptimize(ImageFile::LoadFile(info, img, f.tiff16));
-    }
-    kel_bench::ReportThroughput(state, kel_bench::k24MP, kel_bench::k24MP * 6);
-}
-BENCHMARK(BM_Tiff16FullDecode)->Unit(benchmark::kMillisecond)->UseRealTime();
-
-void BM_Thumbnail256FromExif(benchmark::State& state) {
+// Loads one of the files per iteration: whole when `thumbnail` is 0, else as a thumbnail of that size.
+void RunLoad(benchmark::State& state, fs::path Files::*file, int thumbnail, size_t bytes) {
     const Files& f = GetFiles();
     if (!f.ok)
         return state.SkipWithError("test files could not be written");
@@ -132,9 +107,24 @@ void BM_Thumbnail256FromExif(benchmark::State& state) {
         ImageFile::FILEINFO info;
         CImageDataInfo img;
         benchmark::DoNotOptimize(
-            ImageFile::LoadFileThumbnail(info, img, f.jpegThumb, ImageFile::RGB_ORDER_BGR, 256));
+            thumbnail ? ImageFile::LoadFileThumbnail(info, img, f.*file, ImageFile::RGB_ORDER_BGR, thumbnail)
+                      : ImageFile::LoadFile(info, img, f.*file));
     }
-    kel_bench::ReportThroughput(state, kel_bench::k24MP, 256 * 171 * 3);
+    kel_bench::ReportThroughput(state, kel_bench::k24MP, bytes);
+}
+
+void BM_JpegFullDecode(benchmark::State& state) {
+    RunLoad(state, &Files::jpeg, 0, kel_bench::k24MP * 3);
+}
+BENCHMARK(BM_JpegFullDecode)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_Tiff16FullDecode(benchmark::State& state) {
+    RunLoad(state, &Files::tiff16, 0, kel_bench::k24MP * 6);
+}
+BENCHMARK(BM_Tiff16FullDecode)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_Thumbnail256FromExif(benchmark::State& state) {
+    RunLoad(state, &Files::jpegThumb, 256, 256 * 171 * 3);
 }
 BENCHMARK(BM_Thumbnail256FromExif)->Unit(benchmark::kMillisecond)->UseRealTime();
 
@@ -151,16 +141,7 @@ double OurThumbnailSeconds(const fs::path& path) {
 }
 
 void BM_Thumbnail256DctScaled(benchmark::State& state) {
-    const Files& f = GetFiles();
-    if (!f.ok)
-        return state.SkipWithError("test files could not be written");
-    for (auto _ : state) {
-        ImageFile::FILEINFO info;
-        CImageDataInfo img;
-        benchmark::DoNotOptimize(
-            ImageFile::LoadFileThumbnail(info, img, f.jpeg, ImageFile::RGB_ORDER_BGR, 256));
-    }
-    kel_bench::ReportThroughput(state, kel_bench::k24MP, kel_bench::k24MP * 3);
+    RunLoad(state, &Files::jpeg, 256, kel_bench::k24MP * 3);
 }
 BENCHMARK(BM_Thumbnail256DctScaled)->Unit(benchmark::kMillisecond)->UseRealTime();
 
