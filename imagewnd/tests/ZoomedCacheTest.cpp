@@ -72,6 +72,18 @@ protected:
         ASSERT_EQ(wnd.IsZoomedOut(), 1);
     }
     bool WaitReady() { return wnd.WaitForZoomedCache(false) == 1; }
+    // The large image cached, then a build at 1/4 started and held inside the zoom hook. `builds`
+    // gets the count of complete builds before it.
+    void StartHeldBuild(unsigned& builds) {
+        ShowLarge();
+        ASSERT_TRUE(WaitReady());
+        builds = wnd.BuildCount();
+        g_hook.Reset();
+        g_hook.waitForMessage = true;
+        const ZOOM_SCALE quarter = ZOOM_SCALE_1_4;
+        wnd.SetZoom(ZOOM_TYPE_SCALE, &quarter, nullptr);
+        ASSERT_EQ(g_hook.entered.wait(-1), 0);
+    }
 
     CImageDataInfo image, before, dispBefore, mask;
     ProcessingParent parent;
@@ -191,14 +203,8 @@ TEST_F(ZoomedCache, CancelAfterRequestKeepsTheOldCopies) {
 }
 
 TEST_F(ZoomedCache, CancelDuringABuildStopsItAtTheNextCheckpoint) {
-    ShowLarge();
-    ASSERT_TRUE(WaitReady());
-    const unsigned builds = wnd.BuildCount();
-    g_hook.Reset();
-    g_hook.waitForMessage = true;
-    const ZOOM_SCALE quarter = ZOOM_SCALE_1_4;
-    wnd.SetZoom(ZOOM_TYPE_SCALE, &quarter, nullptr);
-    ASSERT_EQ(g_hook.entered.wait(-1), 0);
+    unsigned builds = 0;
+    ASSERT_NO_FATAL_FAILURE(StartHeldBuild(builds));
     wnd.CancelZoomedCaching(1);
     EXPECT_EQ(wnd.BuildCount(), builds) << "the build did not complete";
     EXPECT_EQ(wnd.IsZoomedCacheReady(), 0) << "half-written copies are never ready";
@@ -206,14 +212,8 @@ TEST_F(ZoomedCache, CancelDuringABuildStopsItAtTheNextCheckpoint) {
 }
 
 TEST_F(ZoomedCache, DestroyingTheWindowDuringABuildEndsTheThread) {
-    ShowLarge();
-    ASSERT_TRUE(WaitReady());
-    const unsigned builds = wnd.BuildCount();
-    g_hook.Reset();
-    g_hook.waitForMessage = true;
-    const ZOOM_SCALE quarter = ZOOM_SCALE_1_4;
-    wnd.SetZoom(ZOOM_TYPE_SCALE, &quarter, nullptr);
-    ASSERT_EQ(g_hook.entered.wait(-1), 0);
+    unsigned builds = 0;
+    ASSERT_NO_FATAL_FAILURE(StartHeldBuild(builds));
     // Returns only once the cache thread has ended.
     wnd.DestroyWindow();
     EXPECT_FALSE(wnd.CacheThreadRuns());
@@ -222,14 +222,8 @@ TEST_F(ZoomedCache, DestroyingTheWindowDuringABuildEndsTheThread) {
 }
 
 TEST_F(ZoomedCache, QuitDuringABuildEndsTheThreadAtTheNextCheckpoint) {
-    ShowLarge();
-    ASSERT_TRUE(WaitReady());
-    const unsigned builds = wnd.BuildCount();
-    g_hook.Reset();
-    g_hook.waitForMessage = true;
-    const ZOOM_SCALE quarter = ZOOM_SCALE_1_4;
-    wnd.SetZoom(ZOOM_TYPE_SCALE, &quarter, nullptr);
-    ASSERT_EQ(g_hook.entered.wait(-1), 0);
+    unsigned builds = 0;
+    ASSERT_NO_FATAL_FAILURE(StartHeldBuild(builds));
     wnd.StopCacheThread();
     EXPECT_FALSE(wnd.CacheThreadRuns());
     EXPECT_EQ(wnd.BuildCount(), builds);
