@@ -129,15 +129,29 @@ void CmykToBgr(const unsigned char* cmyk, unsigned char* bgr, int width, bool in
     }
 }
 
+// The frame header: size, chroma subsampling and colour space. With `checkSize`, sizes beyond what
+// the library opens are refused here, before any pixel memory.
+struct JpegHeader {
+    int width = 0, height = 0, subsamp = 0, colorspace = 0;
+};
+
+int ReadJpegHeader(tjhandle h, const unsigned char* data, size_t size, bool checkSize, JpegHeader& hd) {
+    if (tjDecompressHeader3(h, data, static_cast<unsigned long>(size), &hd.width, &hd.height, &hd.subsamp,
+                            &hd.colorspace) != 0)
+        return ERR_CORRUPT_DATA;
+    return checkSize ? CheckImageSize(hd.width, hd.height) : ERR_OK;
+}
+
 } // namespace
 
 static int JpegReadInfoImpl(const unsigned char* data, size_t size, FILEINFO& info) {
     tjhandle h = Decompressor();
     if (!h)
         return ERR_OUT_OF_MEMORY;
-    int w = 0, ht = 0, subsamp = 0, cs = 0;
-    if (tjDecompressHeader3(h, data, static_cast<unsigned long>(size), &w, &ht, &subsamp, &cs) != 0)
-        return ERR_CORRUPT_DATA;
+    JpegHeader hd;
+    if (const int rc = ReadJpegHeader(h, data, size, false, hd); rc != ERR_OK)
+        return rc;
+    const int w = hd.width, ht = hd.height, cs = hd.colorspace;
     info.format = IMAGE_FORMAT_JPEG;
     info.storedWidth = w;
     info.storedHeight = ht;
@@ -157,11 +171,10 @@ static int JpegDecodeImpl(const unsigned char* data, size_t size, CImageDataInfo
     tjhandle h = Decompressor();
     if (!h)
         return ERR_OUT_OF_MEMORY;
-    int w = 0, ht = 0, subsamp = 0, cs = 0;
-    if (tjDecompressHeader3(h, data, static_cast<unsigned long>(size), &w, &ht, &subsamp, &cs) != 0)
-        return ERR_CORRUPT_DATA;
-    if (const int rc = CheckImageSize(w, ht); rc != ERR_OK)
+    JpegHeader hd;
+    if (const int rc = ReadJpegHeader(h, data, size, true, hd); rc != ERR_OK)
         return rc;
+    const int w = hd.width, ht = hd.height, cs = hd.colorspace;
     if (scaleDenom != 1 && scaleDenom != 2 && scaleDenom != 4 && scaleDenom != 8)
         scaleDenom = 1;
     const int sw = (w + scaleDenom - 1) / scaleDenom;
@@ -301,11 +314,10 @@ int JpegTransform(const unsigned char* data, size_t size, int mode, bool trim, B
     tjhandle h = handle.get();
     if (!h)
         return ERR_OUT_OF_MEMORY;
-    int w = 0, ht = 0, subsamp = 0, cs = 0;
-    if (tjDecompressHeader3(h, data, static_cast<unsigned long>(size), &w, &ht, &subsamp, &cs) != 0)
-        return ERR_CORRUPT_DATA;
-    if (const int rc = CheckImageSize(w, ht); rc != ERR_OK)
+    JpegHeader hd;
+    if (const int rc = ReadJpegHeader(h, data, size, true, hd); rc != ERR_OK)
         return rc;
+    const int w = hd.width, ht = hd.height, subsamp = hd.subsamp;
     tjtransform xf;
     std::memset(&xf, 0, sizeof(xf));
     xf.op = kOps[mode];
