@@ -1,5 +1,6 @@
 #include "app/CWebChecks.h"
 
+#include "common/AltSignalStack.h"
 #include "common/DebugTrace.h"
 #include "common/std_thread.h"
 
@@ -78,6 +79,7 @@ void CWebChecks::StartVersionCheck(const QString& url, uint32_t versionDword) {
         return;
     m_versionDone.reset();
     m_versionThread = std::thread([this, url, versionDword] {
+        GS_THREAD::EnsureAltSignalStack();
         LowerThisThread();
         QByteArray body;
         QString version;
@@ -95,6 +97,7 @@ void CWebChecks::StartPushContentCheck(const QString& url) {
         return;
     m_pushDone.reset();
     m_pushThread = std::thread([this, url] {
+        GS_THREAD::EnsureAltSignalStack();
         LowerThisThread();
         QByteArray body;
         PUSH_PAGE page;

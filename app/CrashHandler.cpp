@@ -1,5 +1,7 @@
 #include "app/CrashHandler.h"
 
+#include "common/AltSignalStack.h"
+
 #include <execinfo.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -7,6 +9,7 @@
 #include <ucontext.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
@@ -55,7 +58,6 @@ char g_reporterArgs[4][kPathMax];
 int g_reporterArgCount = 0;
 bool g_traceEnabled = false;
 volatile sig_atomic_t g_inHandler = 0;
-alignas(16) char g_altStack[64 * 1024];
 
 // Small async-signal-safe formatting into a fixed buffer.
 struct Line {
@@ -144,29 +146,125 @@ bool WriteRecord(const char* name, uint32_t code, int sig, uintptr_t address) {
     return ok;
 }
 
+// The reporter helper: a child forked when the reporter command is set, long before any crash. It
+// waits on a pipe; the crashing process only writes the reporter's command line into it, and the
+// helper execs the reporter. Forking inside the handler could hang on a lock the crash left held.
+int g_helperPipe = -1;
+pid_t g_helperPid = -1;
+pid_t g_helperOwner = -1; // a forked child inherits the pipe but must start a helper of its own
+// The message: a 32-bit length, then the arguments, each ended by a zero byte.
+char g_message[(6 + 2) * kPathMax + 8];
+
+void AppendArg(char* message, size_t& length, const char* text) {
+    while (text && *text && length < sizeof g_message - 1)
+        message[length++] = *text++;
+    if (length < sizeof g_message)
+        message[length++] = 0;
+}
+
+void WriteAll(int fd, const char* data, size_t length) {
+    size_t done = 0;
+    while (done < length) {
+        const ssize_t n = ::write(fd, data + done, length - done);
+        if (n <= 0)
+            return;
+        done += static_cast<size_t>(n);
+    }
+}
+
+bool ReadAll(int fd, char* data, size_t length) {
+    size_t done = 0;
+    while (done < length) {
+        const ssize_t n = ::read(fd, data + done, length - done);
+        if (n == 0)
+            return false;
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            return false;
+        }
+        done += static_cast<size_t>(n);
+    }
+    return true;
+}
+
+// Runs in the forked helper: only async-signal-safe calls, since the parent may have had threads.
+[[noreturn]] void HelperMain(int readFd) {
+    struct sigaction dfl {};
+    dfl.sa_handler = SIG_DFL;
+    sigemptyset(&dfl.sa_mask);
+    for (int sig : kSignals)
+        ::sigaction(sig, &dfl, nullptr);
+    // Keep nothing of the parent's open: a lock file held by the helper would outlive the parent.
+    ::close_range(3, static_cast<unsigned>(readFd) - 1, 0);
+    ::close_range(static_cast<unsigned>(readFd) + 1, ~0U, 0);
+    uint32_t length = 0;
+    if (!ReadAll(readFd, reinterpret_cast<char*>(&length), sizeof length) || length == 0 ||
+        length > sizeof g_message - 1 || !ReadAll(readFd, g_message, length))
+        ::_exit(0); // the parent ended without a crash
+    g_message[length] = 0;
+    const char* argv[10];
+    int n = 0;
+    for (size_t at = 0; at < length && n < 9; ++n) {
+        argv[n] = g_message + at;
+        while (at < length && g_message[at])
+            ++at;
+        ++at;
+    }
+    argv[n] = nullptr;
+    if (n > 0)
+        ::execv(argv[0], const_cast<char* const*>(argv));
+    ::_exit(127);
+}
+
+void StopHelper() {
+    if (g_helperPipe >= 0)
+        ::close(g_helperPipe); // the helper reads the end of the pipe and leaves
+    if (g_helperPid > 0 && g_helperOwner == ::getpid())
+        ::waitpid(g_helperPid, nullptr, 0);
+    g_helperPipe = -1;
+    g_helperPid = -1;
+    g_helperOwner = -1;
+}
+
+bool StartHelper() {
+    if (g_helperPipe >= 0 && g_helperOwner == ::getpid())
+        return true;
+    if (g_helperPipe >= 0) { // inherited from the process that forked this one
+        ::close(g_helperPipe);
+        g_helperPipe = -1;
+    }
+    int fds[2];
+    if (::pipe2(fds, O_CLOEXEC) != 0)
+        return false;
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::close(fds[1]);
+        HelperMain(fds[0]);
+    }
+    ::close(fds[0]);
+    if (pid < 0) {
+        ::close(fds[1]);
+        return false;
+    }
+    g_helperPipe = fds[1];
+    g_helperPid = pid;
+    g_helperOwner = ::getpid();
+    return true;
+}
+
 void DefaultReporter(const char* typeName, const char* dumpPath) {
-    if (!g_reporterProgram[0])
+    if (!g_reporterProgram[0] || g_helperPipe < 0 || g_helperOwner != ::getpid())
         return;
-    const pid_t child = ::fork();
-    if (child == 0) {
-        // A second fork lets the reporter outlive this dying process without a zombie wait.
-        if (::fork() != 0)
-            ::_exit(0);
-        const char* argv[8];
-        int n = 0;
-        argv[n++] = g_reporterProgram;
-        for (int i = 0; i < g_reporterArgCount; ++i)
-            argv[n++] = g_reporterArgs[i];
-        argv[n++] = typeName;
-        argv[n++] = dumpPath ? dumpPath : "";
-        argv[n] = nullptr;
-        ::execv(g_reporterProgram, const_cast<char* const*>(argv));
-        ::_exit(127);
-    }
-    if (child > 0) {
-        int status = 0;
-        ::waitpid(child, &status, 0);
-    }
+    size_t length = sizeof(uint32_t);
+    AppendArg(g_message, length, g_reporterProgram);
+    for (int i = 0; i < g_reporterArgCount; ++i)
+        AppendArg(g_message, length, g_reporterArgs[i]);
+    AppendArg(g_message, length, typeName);
+    AppendArg(g_message, length, dumpPath ? dumpPath : "");
+    const uint32_t body = static_cast<uint32_t>(length - sizeof(uint32_t));
+    std::memcpy(g_message, &body, sizeof body);
+    WriteAll(g_helperPipe, g_message, length);
 }
 
 uintptr_t StackPointerOf(void* context) {
@@ -279,10 +377,7 @@ void InstallExceptionHandler() {
     // The first backtrace() loads its unwinder; do it now, not inside a crash.
     void* warm[2];
     ::backtrace(warm, 2);
-    stack_t ss{};
-    ss.ss_sp = g_altStack;
-    ss.ss_size = sizeof g_altStack;
-    ::sigaltstack(&ss, nullptr); // lets a stack overflow still reach the handler
+    GS_THREAD::EnsureAltSignalStack(); // lets a stack overflow still reach the handler
     struct sigaction sa {};
     sa.sa_sigaction = &Handler;
     sa.sa_flags = SA_SIGINFO | SA_ONSTACK;
@@ -293,6 +388,10 @@ void InstallExceptionHandler() {
 
 void SetCrashDumpPath(const char* path) {
     CopyBounded(g_dumpPath, path);
+}
+
+const char* GetCrashReporterProgram() {
+    return g_reporterProgram;
 }
 
 const char* GetCrashDumpPath() {
@@ -306,8 +405,12 @@ void SetCrashReporter(CrashReporter reporter) {
 void SetCrashReporterCommand(const char* program, const char* const* args, int argCount) {
     CopyBounded(g_reporterProgram, program);
     g_reporterArgCount = 0;
-    for (int i = 0; i < argCount && i < 4; ++i)
+    for (int i = 0; argCount > 0 && i < argCount && i < 4; ++i)
         CopyBounded(g_reporterArgs[g_reporterArgCount++], args[i]);
+    if (g_reporterProgram[0])
+        StartHelper();
+    else
+        StopHelper();
 }
 
 } // namespace KELCTRL

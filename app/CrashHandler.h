@@ -4,8 +4,9 @@
 // hands the name and the record's path to a reporter, then lets the process die of its signal.
 //
 // Everything the handler does at crash time is async-signal-safe: state is prepared up front in
-// fixed buffers, the record is written with open/write, and the default reporter starts a separate
-// process (fork + exec) that shows the notice.
+// fixed buffers, the record is written with open/write, and the default reporter only writes the
+// reporter's command line into a pipe. A helper process forked when the command is set (not at crash
+// time, when a lock the crash left held could hang a fork) reads it and execs the reporter.
 #include <cstdint>
 
 namespace KELCTRL {
@@ -22,8 +23,11 @@ const char* GetCrashDumpPath();
 // Null restores the default reporter.
 void SetCrashReporter(CrashReporter reporter);
 // The default reporter runs `program args... typeName dumpPath` (dumpPath "" when none); until a
-// program is set it reports nothing. Up to 4 leading arguments.
+// program is set it reports nothing. Up to 4 leading arguments. Setting a program starts the helper
+// process once per process; an empty or null program stops it.
 void SetCrashReporterCommand(const char* program, const char* const* args, int argCount);
+// The reporter program set last; "" when none.
+const char* GetCrashReporterProgram();
 
 // The exception code nearest to a signal: SIGSEGV 0xC0000005 (0xC00000FD when the fault lies at the
 // stack pointer), SIGBUS 0xC0000006 or 0x80000002 (misaligned), SIGILL 0xC000001D or 0xC0000096,

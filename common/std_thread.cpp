@@ -1,5 +1,7 @@
 #include "common/std_thread.h"
 
+#include "common/AltSignalStack.h"
+
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -59,6 +61,7 @@ bool std_thread::start(void* argument, int priority) {
 }
 
 void std_thread::Procedure(std_thread* self, void* argument, int priority) {
+    EnsureAltSignalStack();
     const int nice = NiceForPriority(priority);
     if (nice != 0) {
         // Raising the priority needs privileges; without them the thread keeps the normal one.

@@ -1,6 +1,7 @@
 #pragma once
 // Internal helpers of the pixel library: row addressing independent of the storage order, input
 // checks, and the row splitter that spreads large jobs over threads.
+#include "common/AltSignalStack.h"
 #include "common/CImageDataInfo.h"
 
 #include <algorithm>
@@ -95,7 +96,10 @@ void ParallelRows(int count, long long work, void (*progress)(int, int), Body&& 
     for (int t = 1; t < threads; ++t) {
         const int b = t * band, e = std::min(count, b + band);
         if (b < e)
-            pool.emplace_back([&, b, e] { runBand(b, e, false); });
+            pool.emplace_back([&, b, e] {
+                GS_THREAD::EnsureAltSignalStack();
+                runBand(b, e, false);
+            });
     }
     runBand(0, std::min(count, band), true);
     for (auto& th : pool)

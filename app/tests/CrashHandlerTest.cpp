@@ -1,9 +1,12 @@
-// Guards against a crash that leaves no readable record, a wrong exception name, or a handler that
-// keeps the process alive after a fatal signal.
+// Guards against a crash that leaves no readable record (also a stack overflow on a worker thread), a
+// wrong exception name, a handler that keeps the process alive after a fatal signal, and a reporter
+// that is started by forking inside the handler, which hangs when the crash left a lock held.
 #include "app/CrashHandler.h"
+#include "common/std_thread.h"
 
 #include <gtest/gtest.h>
 
+#include <pthread.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -46,6 +49,20 @@ __attribute__((no_sanitize("undefined"), noinline)) void DivideByZero() {
     volatile int a = 1;
     g_quotient = a / g_zero; // stored, so the division cannot be dropped
 }
+
+volatile bool g_keepRecursing = true;
+__attribute__((no_sanitize("address", "undefined"), noinline)) int Recurse(int depth) {
+    volatile char pad[512];
+    pad[0] = static_cast<char>(depth);
+    if (g_keepRecursing)
+        return Recurse(depth + 1) + pad[0];
+    return pad[0];
+}
+
+// A worker whose stack runs out.
+class OverflowingThread : public GS_THREAD::std_thread {
+    int main(void*) override { return Recurse(0); }
+};
 
 struct CrashResult {
     int signal = 0;
@@ -137,6 +154,75 @@ TEST(CrashHandler, SignalToExceptionNames) {
                  "Stack Overflow");
     EXPECT_STREQ(ExceptionName(ExceptionCodeForSignal(SIGSEGV, SEGV_MAPERR, 0, 0x7ffe0000)),
                  "Access Violation");
+}
+
+TEST(CrashHandler, StackOverflowOnAWorkerThreadLeavesARecord) {
+    const fs::path dump = DumpPath("overflow");
+    CrashResult r = RunCrashingChild(dump, [] {
+        static OverflowingThread worker; // never destroyed: the process dies inside it
+        worker.start(nullptr, 0);
+        worker.finished().wait(-1);
+    });
+    EXPECT_EQ(r.signal, SIGSEGV);
+    EXPECT_EQ(r.report.substr(0, r.report.find('|')), "Stack Overflow") << r.report;
+    EXPECT_NE(r.record.find("Type: Stack Overflow"), std::string::npos) << r.record;
+    fs::remove(dump);
+}
+
+namespace {
+volatile sig_atomic_t g_blockForks = 0;
+void BlockingForkPrepare() {
+    while (g_blockForks) // stands for a lock the crashed code still holds
+        ::pause();
+}
+
+// Waits for a file's first line, for up to five seconds.
+std::string WaitForLine(const fs::path& path) {
+    std::string line;
+    for (int i = 0; i < 500 && line.empty(); ++i) {
+        std::ifstream in(path);
+        std::getline(in, line);
+        if (line.empty())
+            ::usleep(10000);
+    }
+    return line;
+}
+
+// Waits for a child for up to five seconds; kills it when it hangs. True when it ended by itself.
+bool ReapChild(pid_t pid, int& status) {
+    for (int i = 0; i < 500; ++i) {
+        if (::waitpid(pid, &status, WNOHANG) == pid)
+            return true;
+        ::usleep(10000);
+    }
+    ::kill(pid, SIGKILL);
+    ::waitpid(pid, &status, 0);
+    return false;
+}
+} // namespace
+
+TEST(CrashHandler, ReporterStartsWhenAForkWouldHang) {
+    const fs::path dump = DumpPath("nofork");
+    const fs::path out = DumpPath("nofork_out");
+    const std::string script = "echo \"$1|$2\" > " + out.string();
+    const char* args[] = {"-c", script.c_str(), "sh"};
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        InstallExceptionHandler();
+        SetCrashDumpPath(dump.c_str());
+        SetCrashReporter(nullptr);
+        SetCrashReporterCommand("/bin/sh", args, 3);
+        ::pthread_atfork(&BlockingForkPrepare, nullptr, nullptr);
+        g_blockForks = 1; // from here on a fork() would never return
+        std::raise(SIGSEGV);
+        ::_exit(0);
+    }
+    int status = 0;
+    EXPECT_TRUE(ReapChild(pid, status)) << "the crashing process hung";
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WaitForLine(out), "Access Violation|" + dump.string());
+    fs::remove(dump);
+    fs::remove(out);
 }
 
 TEST(CrashHandler, DefaultReporterStartsTheReporterProcess) {

@@ -1,5 +1,6 @@
 #include "tools/paint/CBrushMaskBuilder.h"
 
+#include "common/AltSignalStack.h"
 #include "imageprocess/BrushPaint.h"
 
 #include <sys/resource.h>
@@ -76,6 +77,7 @@ void CBrushMaskBuilder::Build(const BRUSH_MASK_PARAMS& image, const BRUSH_MASK_P
 }
 
 void CBrushMaskBuilder::Main() {
+    GS_THREAD::EnsureAltSignalStack();
     // Mask rebuilds run below the painting thread's priority; without privileges nothing changes.
     setpriority(PRIO_PROCESS, static_cast<id_t>(syscall(SYS_gettid)), 5);
     bool held = false;

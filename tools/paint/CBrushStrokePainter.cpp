@@ -1,5 +1,6 @@
 #include "tools/paint/CBrushStrokePainter.h"
 
+#include "common/AltSignalStack.h"
 #include "common/CFunctionTimeCost.h"
 #include "imageprocess/BrushPaint.h"
 
@@ -120,6 +121,7 @@ void CBrushStrokePainter::EndStroke(const std::function<void()>& pump) {
 }
 
 void CBrushStrokePainter::Main() {
+    GS_THREAD::EnsureAltSignalStack();
     for (;;) {
         if (m_stopEvent.is_set())
             break;
