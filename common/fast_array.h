@@ -1,4 +1,6 @@
 #pragma once
+#include "common/MemoryHook.h"
+
 #include <cstddef>
 #include <cstdlib>
 #include <utility>
@@ -27,7 +29,7 @@ public:
         release();
         if (count == 0)
             return true;
-        m_data = static_cast<T*>(std::malloc(count * sizeof(T)));
+        m_data = static_cast<T*>(GS_MEMORY::Allocate(count, sizeof(T)));
         if (!m_data)
             return false;
         m_count = count;

@@ -1,6 +1,8 @@
 #pragma once
 // Owning 16-byte aligned array for pixel paths: a resize reserves raw memory and constructs nothing,
 // because the caller writes every byte and must not pay for initialisation.
+#include "common/MemoryHook.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -27,13 +29,17 @@ public:
     // Resizing to the current size keeps the content; any other size frees first, so content is lost.
     // Returns false when the memory cannot be had (the array is then empty).
     bool resize(size_t count) {
+        if (count > (SIZE_MAX - 32) / sizeof(T)) {
+            release();
+            return false;
+        }
         const size_t bytes = count * sizeof(T);
         if (bytes == m_bytes)
             return true;
         release();
         if (bytes == 0)
             return true;
-        m_raw = static_cast<uint8_t*>(std::malloc(bytes + 32));
+        m_raw = static_cast<uint8_t*>(GS_MEMORY::Allocate(count, sizeof(T), 32));
         if (!m_raw)
             return false;
         m_aligned = reinterpret_cast<T*>((reinterpret_cast<uintptr_t>(m_raw) + 15) & ~uintptr_t(15));
