@@ -39,6 +39,19 @@ void ReadWindowRect(const TiXmlElement* root, APP_SETTINGS& s, const std::vector
         s.mainWndRect = rect;
 }
 
+void ReadRecentFiles(const TiXmlElement* root, std::vector<std::string>& files) {
+    const TiXmlElement* list = root->FirstChildElement("recent_files");
+    if (list == nullptr)
+        return;
+    files.clear();
+    for (const TiXmlElement* e = list->FirstChildElement("file"); e && files.size() < kMaxRecentFiles;
+         e = e->NextSiblingElement("file")) {
+        const char* text = e->GetText();
+        if (text && *text && std::find(files.begin(), files.end(), text) == files.end())
+            files.emplace_back(text);
+    }
+}
+
 } // namespace
 
 void ReadAppSettings(const TiXmlElement* root, APP_SETTINGS& s, int isFreeware,
@@ -55,6 +68,7 @@ void ReadAppSettings(const TiXmlElement* root, APP_SETTINGS& s, int isFreeware,
         s.productShared = shared ? 1 : 0;
     ReadCounter(root, "product_share_last_show", s.productShareLastShow);
     ReadWindowRect(root, s, screens);
+    ReadRecentFiles(root, s.recentFiles);
 }
 
 void WriteAppSettings(TiXmlElement* root, const APP_SETTINGS& s, const std::string& product,
@@ -77,6 +91,10 @@ void WriteAppSettings(TiXmlElement* root, const APP_SETTINGS& s, const std::stri
         SetXmlIntAttribute(&rect, "maximized", s.maximized ? 1 : 0);
         root->InsertEndChild(rect);
     }
+    TiXmlElement recent("recent_files");
+    for (size_t i = 0; i < s.recentFiles.size() && i < kMaxRecentFiles; ++i)
+        AddXmlChildText(&recent, "file", s.recentFiles[i]);
+    root->InsertEndChild(recent);
 }
 
 SETTINGS_READ_RESULT ReadSettingFile(const std::filesystem::path& path, APP_SETTINGS& s, int isFreeware,

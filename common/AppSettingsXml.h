@@ -2,8 +2,8 @@
 // The base application's persistent state in settings.xml, and the info file for outside tools.
 // Root "settings"; each value a child element, in this order: "product", "version", "start_times",
 // "app_key" (non-freeware) or "disabled_push" (freeware), "product_shared", "product_share_last_show",
-// "mainwnd_rect" (attributes "x", "y", "width", "height", "maximized"). A product adds its own
-// children through the read and save hooks.
+// "mainwnd_rect" (attributes "x", "y", "width", "height", "maximized"), "recent_files" (up to 20
+// "file" children, newest first). A product adds its own children through the read and save hooks.
 #include "common/ValueTypes.h"
 #include "common/WindowPlacement.h"
 
@@ -19,6 +19,7 @@ namespace KELCTRL {
 inline constexpr int kMaxStartTimes = 0x7FFFFFFF;
 // Stored window coordinates beyond this are nonsense from a damaged file.
 inline constexpr int kMaxWindowCoordinate = 1000000;
+inline constexpr size_t kMaxRecentFiles = 20;
 
 struct APP_SETTINGS {
     int startTimes = 0;
@@ -28,6 +29,7 @@ struct APP_SETTINGS {
     int productShareLastShow = 0;
     IntRect mainWndRect; // the restored (not maximized) window rectangle
     int maximized = 1;
+    std::vector<std::string> recentFiles; // newest first, no duplicates
 };
 
 // Reads the values present under root into s; absent or unreadable values leave s's values alone.

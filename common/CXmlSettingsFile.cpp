@@ -99,6 +99,9 @@ int CXmlSettingsFile::Parse(std::string_view text, const char* rootName) {
         return 0;
     }
     const std::string copy = RepairedUtf8(text);
+    // By default the parser folds runs of blanks and trims texts: a file-name prefix "Copy of " would
+    // come back as "Copy of". Every setting is read exactly as written.
+    TiXmlBase::SetCondenseWhiteSpace(false);
     TiXmlDocument doc;
     doc.Parse(copy.c_str(), nullptr, TIXML_ENCODING_UTF8);
     if (doc.Error()) {
