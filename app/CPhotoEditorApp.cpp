@@ -1,17 +1,18 @@
 #include "app/CPhotoEditorApp.h"
 
 #include "app/CAppEventFilter.h"
-#include "ui/CImageResources.h"
 #include "app/CSingleInstance.h"
 #include "app/CWebChecks.h"
 #include "app/CrashHandler.h"
 #include "app/DictText.h"
 #include "common/DebugTrace.h"
 #include "common/Dictionaries.h"
+#include "common/MemoryHook.h"
 #include "common/basic_thread.h"
 #include "imagefile/ImageFile.h"
 #include "imageprocess/ColorProfile.h"
 #include "imageprocess/ImageProcess.h"
+#include "ui/CImageResources.h"
 #include "ui/CUIColorSchema.h"
 #include "ui/CUISizeInfo.h"
 
@@ -22,13 +23,17 @@
 #include <QFileInfo>
 #include <QMessageBox>
 #include <QProcess>
+#include <QThread>
+#include <QTimer>
 #include <QUrl>
 #include <QWidget>
 
+#include <atomic>
 #include <clocale>
 #include <cstdlib>
 #include <new>
 #include <random>
+#include <utility>
 
 namespace KELCTRL {
 
@@ -39,12 +44,23 @@ std::unique_ptr<CImageResources> g_resources;
 
 constexpr const char* kCrashReportArg = "--kel-crash-report";
 
+// Pixel arrays know the size they wanted: the product is offered exactly that.
+int OnPixelMemoryShortage(size_t wanted) {
+    if (!g_app)
+        return 0;
+    if (g_app->NeedMoreMemory(wanted))
+        return 1;
+    g_app->ShowOutOfMemoryNotice();
+    return 0;
+}
+
+// Any other allocation: the C++ runtime does not pass the size to a new-handler, so the offer is 0.
+// The handler stays installed, so every later failure is offered too.
 void OnOutOfMemory() {
-    // Offer the memory back to the product first; if it freed some, the allocation is retried.
     if (g_app && g_app->NeedMoreMemory(0))
-        return;
-    DebugTrace("[CPhotoEditorApp] %s\n", GetDictItem("IDS_MSG_NOT_ENOUGH_MEMORY"));
-    std::set_new_handler(nullptr);
+        return; // the allocation is retried
+    if (g_app)
+        g_app->ShowOutOfMemoryNotice();
     throw std::bad_alloc();
 }
 
@@ -65,20 +81,21 @@ CPhotoEditorApp::CPhotoEditorApp(const QString& companyName, const QString& appN
       m_webProductKey(webProductKey), m_versionDword(versionDword), m_isFreeware(isFreeware),
       m_aboutFlag(aboutFlag), m_folders(appName), m_settings(isFreeware),
       m_webChecks(std::make_unique<CWebChecks>()) {
-    // 1. Names.
+    // Before anything can change it: relative names on the command line mean this folder.
+    m_launchFolder = QDir::currentPath();
     m_appNameEdition = edition.isEmpty() ? appName : QStringLiteral("%1 - %2 Edition").arg(appName, edition);
     m_appRegName = appName.toStdString();
     if (!edition.isEmpty())
         m_appRegName += " " + edition.toStdString();
     m_startupWindowName = QStringLiteral("msgwnd_%1_startup").arg(appName);
-    // 2. Locale from the environment, numbers always with a point.
+    // Texts follow the user's locale; numbers in files always use a point.
     std::setlocale(LC_ALL, "");
     std::setlocale(LC_NUMERIC, "C");
-    // 4. The random generator of the C library, for code that still uses it.
+    // Seeded for code that still uses the C library's generator.
     std::srand(static_cast<unsigned>(std::random_device{}()));
     g_app = this;
-    // 7. The crash handler (again in InitWorkingFolders, once the record's path is known) and the
-    // memory hook.
+    // The crash handler now, so that even start-up is covered; InitWorkingFolders gives it the record's
+    // path once the folders are known.
     InstallExceptionHandler();
     InstallNewHandler();
 }
@@ -91,6 +108,25 @@ CPhotoEditorApp::~CPhotoEditorApp() {
 
 void CPhotoEditorApp::InstallNewHandler() {
     std::set_new_handler(&OnOutOfMemory);
+    GS_MEMORY::SetOutOfMemoryHook(&OnPixelMemoryShortage);
+}
+
+void CPhotoEditorApp::ShowOutOfMemoryNotice() {
+    DebugTrace("[CPhotoEditorApp] %s\n", GetDictItem("IDS_MSG_NOT_ENOUGH_MEMORY"));
+    // One notice at a time: the box itself allocates, and a failure inside it must not stack more.
+    static std::atomic<bool> showing{false};
+    if (showing.exchange(true))
+        return;
+    QCoreApplication* app = QCoreApplication::instance();
+    if (app && QThread::currentThread() != app->thread()) {
+        // A worker ran short: the box belongs to the interface thread.
+        showing.store(false);
+        QMetaObject::invokeMethod(
+            app, [this] { ShowOutOfMemoryNotice(); }, Qt::QueuedConnection);
+        return;
+    }
+    ShowMessage(GetDictText("IDS_MSG_NOT_ENOUGH_MEMORY"), MB_ICONERROR);
+    showing.store(false);
 }
 
 int CPhotoEditorApp::Run(int argc, char** argv) {
@@ -104,24 +140,25 @@ int CPhotoEditorApp::Run(int argc, char** argv) {
     for (int i = 1; i < argc; ++i)
         args << QString::fromLocal8Bit(argv[i]);
     if (args.size() >= 3 && args[0] == QLatin1String(kCrashReportArg)) {
+        m_crashReportMode = true;
         ShowCrashNotice(args[1], args[2]);
         return 0;
     }
     m_processArgs = args;
     if (InitInstance() && m_mainWnd)
         QApplication::exec();
+    else if (m_exitCode == 0 && !m_handedOver)
+        m_exitCode = 1; // start-up failed: a script or launcher must be able to tell
     return ExitInstance();
 }
 
 // ---------------------------------------------------------------- start-up
 
 int CPhotoEditorApp::InitInstance() {
-    // 1. (The copy-protection check of other editions has no part here.)
-    // 2. The recent-file list.
+    // The copy-protection check of other editions has no part in this library.
     m_recentFiles.reserve(kRecentFileCount);
-    // 3.
     InitWorkingFolders();
-    // 4. Missing required dictionaries end the start-up.
+    // Without the required dictionaries there is no text to show: the start ends here.
     try {
         localization::LoadAllDicts(m_folders.GetDictFolder().toStdString(), 0);
     } catch (const localization::missing_dictionary& e) {
@@ -129,77 +166,110 @@ int CPhotoEditorApp::InitInstance() {
         ShowMessage(QString::fromUtf8(e.what()), MB_ICONERROR);
         return 0;
     }
-    // 5. The language code goes into the web queries when the dictionaries name one.
+    // The language code goes into the web queries when the dictionaries name one.
     if (HasDictItem("IDS_LANGID")) {
         const QString lang = QStringLiteral("&lang=") + GetDictText("IDS_LANGID");
         m_endpoints.versionCheck += m_endpoints.versionCheck.isEmpty() ? QString() : lang;
         m_endpoints.pushContent += m_endpoints.pushContent.isEmpty() ? QString() : lang;
     }
-    // 6., 7.
     LoadLocalAppNameEdition();
     ApplyLabelWidthText(GetDictText("IDS_LABEL_WIDTH"));
-    // 8.
     if (!InitDependencies())
         return 0;
-    // 9., 10. (DPI awareness is set before the QApplication exists; drops need no filter here.)
-    // 11. Single instance.
+    // DPI awareness was settled before the QApplication existed, and drops need no filter here.
     if (!AcquireSingleInstance())
         return 0;
-    // 12.
+    // Whatever a crashed or killed run left behind; only the instance holding the lock gets here.
     ClearFolder(m_folders.GetTempFolder().toStdString());
     ClearFolder(m_folders.GetCacheFolder().toStdString());
-    // 13.
     ParseCmdLineParams(m_cmdLineAll, m_cmdLineFiles, ProcessCmdLine());
-    // 14.
     LoadResource();
     LoadColorProfiles();
-    // 15.
     UIColors().FromXmlFile(m_folders.GetStyleFilePath());
-    // 16.
     CreateHotkeys();
-    // 17.
     m_workerThread = GetImageProcessThread();
     if (m_workerThread)
         m_workerThread->start(this, 0);
-    // 18.
     if (!CreateMainWindow())
         return 0;
-    // 19. Only now: an instance that stopped at step 11 must never wipe the running one's folders.
+    // Only now: an instance that stopped at the lock must never wipe the running one's folders.
     m_clearFoldersOnExit = true;
-    // 20.
     ShowMainWindow();
-    // 21.
     m_eventFilter = std::make_unique<CAppEventFilter>(*this);
     if (QCoreApplication::instance())
         QCoreApplication::instance()->installEventFilter(m_eventFilter.get());
-    // 22., 23. Background checks, only against configured endpoints.
+    // Background checks, only against endpoints the product configured.
     if (StartTimes() % 3 == 0)
         m_webChecks->StartVersionCheck(EndpointUrl(m_endpoints.versionCheck), m_versionDword);
     if (m_isFreeware)
         m_webChecks->StartPushContentCheck(EndpointUrl(m_endpoints.pushContent));
-    // 24.
     if (IsShowProductShare())
         ShowProductShareDialog();
-    // 25. The start-up channel through which later instances hand over their command lines.
-    const bool listening = m_singleInstance->Listen([this](const QString& cmdLine) {
-        QWidget* main = m_mainWnd;
-        if (!main || !main->isEnabled() || QApplication::activeModalWidget())
-            return false;
-        return OnStartupCmdLine(cmdLine) != 0;
-    });
-    return listening ? 1 : 0;
+    // Command lines that arrived while the window was being made.
+    if (!m_pendingHandOvers.isEmpty())
+        QTimer::singleShot(0, m_mainWnd, [this] {
+            const QStringList pending = std::exchange(m_pendingHandOvers, {});
+            for (const QString& cmdLine : pending)
+                RunHandOver(cmdLine);
+        });
+    return 1;
 }
 
 bool CPhotoEditorApp::AcquireSingleInstance() {
-    const QString lockPath = QDir(m_folders.GetAppDataFolder()).filePath(QStringLiteral("instance.lock"));
+    const QString dataFolder = m_folders.GetAppDataFolder();
+    const QString lockPath = QDir(dataFolder).filePath(QStringLiteral("instance.lock"));
     m_singleInstance = std::make_unique<CSingleInstance>(m_startupWindowName, lockPath);
-    if (m_singleInstance->Acquire(10))
+    if (m_singleInstance->Acquire(10)) {
+        // Listen at once: a second start while this one is still loading is queued, not refused.
+        if (!m_singleInstance->Listen([this](const QString& cmdLine) { return AcceptHandOver(cmdLine); }))
+            DebugTrace("[CPhotoEditorApp::AcquireSingleInstance] cannot listen on %s\n",
+                       m_singleInstance->ServerName().toUtf8().constData());
         return true;
-    if (!m_singleInstance->SendStartupMsg(ProcessCmdLine()))
+    }
+    if (!m_singleInstance->LockFileError().isEmpty()) {
+        // Not another instance: the data folder itself is unusable, and the user must hear why.
+        ShowMessage(
+            FormatDictText("IDS_MSG_DATA_FOLDER_ERROR", {dataFolder, m_singleInstance->LockFileError()}),
+            MB_ICONERROR);
+        return false;
+    }
+    if (m_singleInstance->SendStartupMsg(ProcessCmdLine()))
+        m_handedOver = true;
+    else
         ShowMessage(
             QString(GetDictText("IDS_MSG_APP_AREADY_RUNNING")).replace(QLatin1String("%s"), m_appName),
             MB_ICONINFORMATION);
     return false;
+}
+
+bool CPhotoEditorApp::AcceptHandOver(const QString& cmdLine) {
+    QWidget* main = m_mainWnd;
+    if (!main) {
+        m_pendingHandOvers << cmdLine; // still starting: run once the window exists
+        return true;
+    }
+    if (!main->isEnabled() || QApplication::activeModalWidget())
+        return false;
+    // Answer first: opening a large photo must not make the other process time out.
+    QTimer::singleShot(0, main, [this, cmdLine] { RunHandOver(cmdLine); });
+    return true;
+}
+
+void CPhotoEditorApp::RunHandOver(const QString& cmdLine) {
+    if (!m_mainWnd)
+        return;
+    BringMainWindowForward();
+    OnStartupCmdLine(cmdLine);
+}
+
+void CPhotoEditorApp::BringMainWindowForward() {
+    QWidget* main = m_mainWnd;
+    if (main->windowState() & Qt::WindowMinimized)
+        main->setWindowState((main->windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+    if (!main->isVisible())
+        main->show();
+    main->raise();
+    main->activateWindow();
 }
 
 void CPhotoEditorApp::ShowMainWindow() {
@@ -233,40 +303,33 @@ void CPhotoEditorApp::OnMainWindowPlacementChanged() {
 // ---------------------------------------------------------------- shut-down
 
 int CPhotoEditorApp::ExitInstance() {
-    // 1. The start-up channel and the filter.
+    // Nothing more may arrive from other instances or through the filter while things go down.
     if (m_eventFilter && QCoreApplication::instance())
         QCoreApplication::instance()->removeEventFilter(m_eventFilter.get());
     m_eventFilter.reset();
-    // 2.
+    m_pendingHandOvers.clear();
     if (m_settings.IsSettingsRead())
         SaveSettingFile();
-    // 3.
     if (m_mainWnd)
         DestroyMainWindow();
     m_mainWnd = nullptr;
-    // 5.
     if (m_workerThread) {
         m_workerThread->stop();
         m_workerThread = nullptr;
     }
-    // 6.
     ReleaseHotkeys();
     if (m_resourcesLoaded)
         ReleaseResource();
-    // 7.
     if (m_clearFoldersOnExit) {
         ClearFolder(m_folders.GetTempFolder().toStdString());
         ClearFolder(m_folders.GetCacheFolder().toStdString());
     }
-    // 8.
     if (m_dependenciesUp)
         UninitDependencies();
-    // 9. The lock goes before the wait, so that a restarted process can take it.
+    // The lock goes before the wait for the background checks, so that a restarted process can take it.
     if (m_singleInstance)
         m_singleInstance->Release();
-    // 10.
     m_webChecks->WaitAll();
-    // 11.
     if (m_restart && !m_folders.GetExecutablePath().isEmpty())
         QProcess::startDetached(m_folders.GetExecutablePath(), m_processArgs);
     return m_exitCode;
@@ -288,19 +351,44 @@ void CPhotoEditorApp::InitWorkingFolders() {
         DebugTrace("[CPhotoEditorApp::InitWorkingFolders] %s\n", error.toUtf8().constData());
     m_cacheFiles.SetFolder(m_folders.GetCacheFolder().toStdString());
     SetCrashDumpPath(m_folders.GetCrashDumpPath().toLocal8Bit().constData());
-    // The reporter is this program again, in its crash-notice mode.
-    const QByteArray exe = m_folders.GetExecutablePath().toLocal8Bit();
-    const char* args[] = {kCrashReportArg};
-    SetCrashReporterCommand(exe.constData(), args, 1);
+    if (m_crashReportMode) {
+        // The notice process itself never starts another notice, not even if it crashes.
+        SetCrashReporterCommand(nullptr, nullptr, 0);
+    } else {
+        // The reporter is this program again, in its crash-notice mode.
+        const QByteArray exe = m_folders.GetExecutablePath().toLocal8Bit();
+        const char* args[] = {kCrashReportArg};
+        SetCrashReporterCommand(exe.constData(), args, 1);
+    }
     InstallExceptionHandler();
 }
 
 int CPhotoEditorApp::ReadSettingFile() {
-    return m_settings.ReadSettingFile(m_folders.GetSettingsFilePath(),
-                                      [this](TiXmlElement* root) { return ReadSettings(root); });
+    const int read = m_settings.ReadSettingFile(m_folders.GetSettingsFilePath(),
+                                                [this](TiXmlElement* root) { return ReadSettings(root); });
+    m_recentFiles.clear();
+    for (const std::string& file : m_settings.Values().recentFiles)
+        m_recentFiles << QString::fromStdString(file);
+    return read;
+}
+
+void CPhotoEditorApp::AddRecentFile(const QString& path) {
+    if (path.isEmpty())
+        return;
+    m_recentFiles.removeAll(path);
+    m_recentFiles.prepend(path);
+    while (m_recentFiles.size() > kRecentFileCount)
+        m_recentFiles.removeLast();
 }
 
 int CPhotoEditorApp::SaveSettingFile() {
+    std::vector<std::string>& recent = m_settings.Values().recentFiles;
+    recent.clear();
+    for (const QString& file : m_recentFiles) {
+        if (recent.size() >= size_t(kRecentFileCount))
+            break;
+        recent.push_back(file.toStdString());
+    }
     return m_settings.SaveSettingFile(m_folders.GetSettingsFilePath(), m_appNameEdition, m_version,
                                       [this](TiXmlElement* root) { return SaveSettings(root); });
 }
@@ -419,10 +507,14 @@ void CPhotoEditorApp::ShowCrashNotice(const QString& typeName, const QString& re
         localization::LoadAllDicts(m_folders.GetDictFolder().toStdString(), 0);
     } catch (const localization::missing_dictionary&) {
     }
-    QString text = GetDictText("IDS_MSG_EXCEPTION_NOTICE");
     DebugTrace("[CPhotoEditorApp::ShowCrashNotice] %s %s\n", typeName.toUtf8().constData(),
                recordPath.toUtf8().constData());
-    if (ShowMessage(text, MB_YESNO | MB_ICONERROR) == IDYES)
+    // Offering to get in touch makes sense only when the product has somewhere to send the user.
+    if (m_endpoints.contact.isEmpty()) {
+        ShowMessage(GetDictText("IDS_MSG_EXCEPTION_REPORT_SAVED"), MB_OK | MB_ICONERROR);
+        return;
+    }
+    if (ShowMessage(GetDictText("IDS_MSG_EXCEPTION_NOTICE"), MB_YESNO | MB_ICONERROR) == IDYES)
         Contact();
 }
 
@@ -464,11 +556,15 @@ int CPhotoEditorApp::ParseCmdLineParams(QStringList& all, QStringList& files, co
     return static_cast<int>(all.size());
 }
 
-QString CPhotoEditorApp::MakeCmdLine(const QStringList& args) {
+QString CPhotoEditorApp::MakeCmdLine(const QStringList& args, const QString& baseFolder) {
+    const QDir base(baseFolder.isEmpty() ? QDir::currentPath() : baseFolder);
     QStringList parts;
     for (QString a : args) {
-        if (!a.startsWith(QLatin1Char('-')) && QFileInfo::exists(a))
-            a = QFileInfo(a).absoluteFilePath();
+        // A relative path means the folder the process was started in; a bare word that names no
+        // file there stays a word (it may be an option's value).
+        if (!a.isEmpty() && !a.startsWith(QLatin1Char('-')) && QDir::isRelativePath(a) &&
+            (a.contains(QLatin1Char('/')) || QFileInfo::exists(base.filePath(a))))
+            a = QDir::cleanPath(base.absoluteFilePath(a));
         parts << (a.contains(QLatin1Char(' ')) || a.isEmpty() ? QLatin1Char('"') + a + QLatin1Char('"') : a);
     }
     return parts.join(QLatin1Char(' '));
@@ -505,6 +601,12 @@ bool CPhotoEditorApp::TranslateAccelerator(unsigned short vk, unsigned short mod
 }
 
 // ---------------------------------------------------------------- cache files, web
+
+QString CPhotoEditorApp::AbsoluteLaunchPath(const QString& name) const {
+    if (name.isEmpty() || !QDir::isRelativePath(name))
+        return name;
+    return QDir::cleanPath(QDir(m_launchFolder).absoluteFilePath(name));
+}
 
 QString CPhotoEditorApp::GetCacheFilePath(uint64_t id) const {
     return QString::fromStdString(m_cacheFiles.GetCacheFilePath(id).string());

@@ -87,8 +87,16 @@ public:
     QWidget* GetMainWnd() const { return m_mainWnd; }
     void SetMainWnd(QWidget* wnd) { m_mainWnd = wnd; }
     const QStringList& GetCmdLineItems() const { return m_cmdLineAll; }
+    // The folder the process was started in. Start-up makes the working folder current, so relative
+    // names on the command line are resolved against this one.
+    const QString& GetLaunchFolder() const { return m_launchFolder; }
+    // A name from the command line made absolute against the launch folder.
+    QString AbsoluteLaunchPath(const QString& name) const;
     const QStringList& GetCmdLineFiles() const { return m_cmdLineFiles; }
+    // Newest first; read from and saved to settings.xml with the other settings.
     QStringList& RecentFiles() { return m_recentFiles; }
+    // Puts a file at the front of the recent list (once), keeping the newest 20.
+    void AddRecentFile(const QString& path);
     static constexpr int kRecentFileCount = 20;
     // Sets the restart flag and asks the main window to close; nothing without a main window.
     void RestartApp();
@@ -142,6 +150,9 @@ public:
     virtual void LoadColorProfiles();
     // Shows a notice and returns IDOK, IDYES or IDNO; tests replace it.
     virtual int ShowMessage(const QString& text, unsigned flags);
+    // IDS_MSG_NOT_ENOUGH_MEMORY, once at a time; from a worker thread it is shown on the interface
+    // thread.
+    void ShowOutOfMemoryNotice();
     // The product share offer; the base only records that it was shown.
     virtual void ShowProductShareDialog();
 
@@ -150,9 +161,10 @@ public:
     // is dropped alone). Every token goes to `all`; tokens holding a path also to `files`. Returns
     // the number of items in `all`.
     static int ParseCmdLineParams(QStringList& all, QStringList& files, const QString& cmdLine);
-    // The process arguments (without the program name) as one command line: existing files made
-    // absolute, tokens with blanks quoted.
-    static QString MakeCmdLine(const QStringList& args);
+    // The process arguments (without the program name) as one command line: existing files and
+    // relative paths made absolute against baseFolder (the current folder when empty), tokens with
+    // blanks quoted.
+    static QString MakeCmdLine(const QStringList& args, const QString& baseFolder = QString());
 
     // ---- hot keys
     void AddHotKey(unsigned short flags, unsigned short key, unsigned short command);
@@ -200,11 +212,14 @@ protected:
     // Steps of InitInstance that products rarely change, exposed for the tests of the order.
     virtual void ShowMainWindow();
     // The whole command line of this process (without the program name).
-    QString ProcessCmdLine() const { return MakeCmdLine(m_processArgs); }
+    QString ProcessCmdLine() const { return MakeCmdLine(m_processArgs, m_launchFolder); }
 
 private:
     void InstallNewHandler();
     bool AcquireSingleInstance();
+    bool AcceptHandOver(const QString& cmdLine);
+    void RunHandOver(const QString& cmdLine);
+    void BringMainWindowForward();
     void OnMainWindowPlacementChanged();
     void ShowCrashNotice(const QString& typeName, const QString& recordPath);
     QString EndpointUrl(const QString& format) const;
@@ -231,7 +246,12 @@ private:
     std::unique_ptr<CWebChecks> m_webChecks;
 
     QWidget* m_mainWnd = nullptr;
+    QString m_launchFolder;
     QStringList m_processArgs;
+    // Command lines handed over before the main window existed, run once it does.
+    QStringList m_pendingHandOvers;
+    bool m_crashReportMode = false;
+    bool m_handedOver = false; // a running instance took this one's command line
     QStringList m_cmdLineAll, m_cmdLineFiles, m_recentFiles;
     std::unique_ptr<CSingleInstance> m_singleInstance;
     std::unique_ptr<CAppEventFilter> m_eventFilter;

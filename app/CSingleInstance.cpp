@@ -11,7 +11,9 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <thread>
 
 namespace KELCTRL {
@@ -40,14 +42,21 @@ QString CSingleInstance::ServerName() const {
 bool CSingleInstance::Acquire(int timeoutMs) {
     if (m_lockFd >= 0)
         return true;
+    m_lockError.clear();
     const int fd = ::open(m_lockPath.toLocal8Bit().constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (fd < 0)
+    if (fd < 0) {
+        m_lockError = QString::fromLocal8Bit(std::strerror(errno));
         return false;
+    }
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     for (;;) {
         if (::flock(fd, LOCK_EX | LOCK_NB) == 0) {
             m_lockFd = fd;
             return true;
+        }
+        if (errno != EWOULDBLOCK && errno != EINTR) { // e.g. a file system without locks
+            m_lockError = QString::fromLocal8Bit(std::strerror(errno));
+            break;
         }
         if (std::chrono::steady_clock::now() >= deadline)
             break;

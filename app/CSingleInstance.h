@@ -21,8 +21,12 @@ public:
     CSingleInstance(const QString& startupWindowName, const QString& lockFilePath);
     ~CSingleInstance() override;
 
-    // Tries to take the lock for up to timeoutMs. True when this process is the first instance.
+    // Tries to take the lock for up to timeoutMs. True when this process is the first instance. False
+    // either because another instance holds the lock or because the lock file cannot be opened; the
+    // latter leaves its reason in LockFileError().
     bool Acquire(int timeoutMs = 10);
+    // Why the lock file could not be opened or locked (empty when another instance simply holds it).
+    const QString& LockFileError() const { return m_lockError; }
     bool IsOwner() const { return m_lockFd >= 0; }
     // Starts listening (owner only). The handler runs on the thread that owns this object.
     bool Listen(Handler handler);
@@ -41,6 +45,7 @@ private:
 
     QString m_windowName;
     QString m_lockPath;
+    QString m_lockError;
     int m_lockFd = -1;
     QLocalServer* m_server = nullptr;
     Handler m_handler;

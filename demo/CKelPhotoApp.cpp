@@ -5,7 +5,6 @@
 #include "ui/WinDefs.h"
 
 #include <QCoreApplication>
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <QScreen>
 
@@ -55,6 +54,9 @@ int CKelPhotoApp::CreateMainWindow() {
     if (!args.isEmpty())
         args.removeFirst();
     m_options = ParseOptions(args);
+    // Start-up made the working folder current: names from the command line mean the launch folder.
+    m_options.openPath = AbsoluteLaunchPath(m_options.openPath);
+    m_options.screenshotPath = AbsoluteLaunchPath(m_options.screenshotPath);
 
     m_mainWnd = new CKelPhotoMainWnd(*this);
     const QRect rect = Settings().GetMainWndRect();
@@ -71,7 +73,7 @@ int CKelPhotoApp::CreateMainWindow() {
         path = QString::fromStdString(EnsureSamplePhoto(Folders().GetAppDataFolder().toStdString()).string());
     }
     if (!path.isEmpty())
-        m_mainWnd->OpenFile(QFileInfo(path).absoluteFilePath(), /*report=*/true);
+        m_mainWnd->OpenFile(path, /*report=*/true);
     if (!m_options.screenshotPath.isEmpty() || m_options.reportStartup)
         m_mainWnd->ScheduleScreenshot(m_options.screenshotPath, m_options.screenshotDelayMs,
                                       m_options.reportStartup);
@@ -87,12 +89,9 @@ void CKelPhotoApp::DestroyMainWindow() {
 int CKelPhotoApp::OnStartupCmdLine(const QString& cmdLine) {
     QStringList all, files;
     ParseCmdLineParams(all, files, cmdLine);
+    // The library has raised the window; names arrive absolute, resolved in the sender's folder.
     if (m_mainWnd && !files.isEmpty())
         m_mainWnd->OpenFile(files.first(), /*report=*/true);
-    if (m_mainWnd) {
-        m_mainWnd->raise();
-        m_mainWnd->activateWindow();
-    }
     return 1;
 }
 

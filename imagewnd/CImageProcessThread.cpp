@@ -36,13 +36,13 @@ int CImageProcessThread::Start(int priority) {
 }
 
 void CImageProcessThread::Exit() {
-    if (!is_running()) {
-        stop(); // joins a thread that already ended
-        return;
-    }
-    m_queue.post(WM_QUIT);
-    finished().wait(-1);
     stop();
+}
+
+void CImageProcessThread::stop() {
+    if (is_running())
+        m_queue.post(WM_QUIT);
+    GS_THREAD::std_thread::stop(); // joins, also a thread that already ended
 }
 
 void CImageProcessThread::CancelTask() {

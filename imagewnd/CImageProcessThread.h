@@ -28,6 +28,8 @@ public:
     int Start(int priority = 0);
     // Posts quit to the thread and waits for it without limit.
     void Exit();
+    // The generic stop of every worker: the loop leaves only on its quit message, so post it first.
+    void stop() override;
     // Asks the running job to stop before its next file.
     void CancelTask();
     int IsTaskCancelled() { return m_cancel.is_set() ? 1 : 0; }

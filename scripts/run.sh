@@ -8,7 +8,7 @@ ROOT=$(cd "$(dirname "$0")/.." && pwd)
 image=()
 if [[ $# -gt 0 ]]; then
   [[ -e $1 ]] || { echo "run.sh: no such file: $1" >&2; exit 2; }
-  image=("$(realpath "$1")")
+  image=("$1")
 fi
 "$ROOT/scripts/deps.sh"
 cmake -S "$ROOT" -B "$ROOT/build" -G Ninja -DKEL_WERROR=ON >/dev/null

@@ -1,12 +1,17 @@
 // Guards against a changed start-up or shut-down order, settings saved without having been read,
 // folders wiped by an instance that does not own them, a second instance that starts instead of
-// handing over its command line, command lines split wrongly, and wheel turns that scroll the
+// handing over its command line (or is refused while the first is still starting, or times out
+// while it opens the file), relative names resolved in the wrong folder, an exit that hangs on the
+// worker thread, an unusable data folder reported as "already running", out-of-memory handling that
+// gives up after one failure, start-up failures that exit with 0, and wheel turns that scroll the
 // window with the focus instead of the one under the pointer.
 #include "app/CPhotoEditorApp.h"
 #include "app/CAppEventFilter.h"
 #include "app/CSingleInstance.h"
 #include "app/CWebChecks.h"
 #include "app/CrashHandler.h"
+#include "common/sse_array.h"
+#include "imagewnd/CImageProcessThread.h"
 #include "ui/WinDefs.h"
 
 #include <gtest/gtest.h>
@@ -25,11 +30,20 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <new>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace KELCTRL;
+
+#if defined(__SANITIZE_ADDRESS__)
+// The out-of-memory test asks for more than any machine has and needs the null answer, not a report.
+extern "C" const char* __asan_default_options() {
+    return "allocator_may_return_null=1";
+}
+#endif
 
 namespace {
 
@@ -94,6 +108,8 @@ public:
     }
     int CreateMainWindow() override {
         calls.push_back("CreateMainWindow");
+        if (beforeMainWindow)
+            beforeMainWindow();
         m_window = new QWidget;
         m_window->resize(300, 200);
         SetMainWnd(m_window);
@@ -117,13 +133,23 @@ public:
         return answer;
     }
     int OnStartupCmdLine(const QString& cmdLine) override {
+        if (openDelayMs > 0) // a large photo being opened
+            std::this_thread::sleep_for(std::chrono::milliseconds(openDelayMs));
         handedOver.push_back(cmdLine);
         return acceptCmdLines ? 1 : 0;
     }
+    GS_THREAD::basic_thread* GetImageProcessThread() override { return worker; }
     void OnCommand(unsigned short id) override { commands.push_back(id); }
-    int NeedMoreMemory(size_t) override { return freesMemory ? 1 : 0; }
+    int NeedMoreMemory(size_t size) override {
+        offered.push_back(size);
+        return freesMemory ? 1 : 0;
+    }
     void Contact() override { ++contacts; }
     bool freesMemory = false;
+    std::vector<size_t> offered;
+    int openDelayMs = 0;
+    std::function<void()> beforeMainWindow;
+    GS_THREAD::basic_thread* worker = nullptr;
     int contacts = 0;
     int answer = IDOK;
 
@@ -260,20 +286,41 @@ TEST(SecondInstanceChild, DISABLED_Run) {
     printf("CHILD_RESULT messages=%d code=%d\n", int(child.messages.size()), code);
 }
 
+// Runs only as the child of RelativeNamesMeanTheLaunchFolder: the first instance, started with a
+// relative name, stops as soon as its window exists and prints the files it was given.
+TEST(FirstInstanceChild, DISABLED_Run) {
+    const QString data = qEnvironmentVariable("KEL_TEST_CHILD_DATA");
+    ASSERT_FALSE(data.isEmpty());
+    TestProduct child(data);
+    child.beforeMainWindow = [] { QTimer::singleShot(0, qApp, &QCoreApplication::quit); };
+    char arg0[] = "keltest";
+    const QByteArray file = qEnvironmentVariable("KEL_TEST_CHILD_FILE").toLocal8Bit();
+    std::vector<char> arg1(file.begin(), file.end());
+    arg1.push_back(0);
+    char* argv[] = {arg0, arg1.data(), nullptr};
+    const int code = child.Run(2, argv);
+    printf("CHILD_FILES=%s|\nCHILD_CODE=%d\n", child.GetCmdLineFiles().join(';').toLocal8Bit().constData(),
+           code);
+}
+
 namespace {
 struct ChildOutcome {
     int messages = -1;
     bool finished = false;
+    QString output;
 };
-ChildOutcome RunChild(const QString& data, const QString& file) {
+ChildOutcome RunChild(const QString& data, const QString& file, const QString& workingFolder = QString(),
+                      const char* test = "SecondInstanceChild.DISABLED_Run") {
     QProcess child;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert("KEL_TEST_CHILD_DATA", data);
     env.insert("KEL_TEST_CHILD_FILE", file);
     env.insert("QT_QPA_PLATFORM", "offscreen");
     child.setProcessEnvironment(env);
+    if (!workingFolder.isEmpty())
+        child.setWorkingDirectory(workingFolder);
     child.start(QCoreApplication::applicationFilePath(),
-                {"--gtest_also_run_disabled_tests", "--gtest_filter=SecondInstanceChild.DISABLED_Run"});
+                {"--gtest_also_run_disabled_tests", QStringLiteral("--gtest_filter=%1").arg(test)});
     // The owner answers on this thread, so keep its event loop running while the child works.
     QEventLoop loop;
     QObject::connect(&child, &QProcess::finished, &loop, &QEventLoop::quit);
@@ -283,6 +330,7 @@ ChildOutcome RunChild(const QString& data, const QString& file) {
     ChildOutcome outcome;
     outcome.finished = child.state() == QProcess::NotRunning;
     const QString out = QString::fromLocal8Bit(child.readAllStandardOutput());
+    outcome.output = out;
     const int at = out.indexOf("CHILD_RESULT messages=");
     if (at >= 0)
         outcome.messages = out.mid(at + 22, 1).toInt();
@@ -312,6 +360,99 @@ TEST_F(AppTest, SecondProcessHandsOverItsCommandLine) {
     EXPECT_EQ(owner.handedOver.size(), 1u);
     owner.GetMainWnd()->setEnabled(true);
     owner.ExitInstance();
+}
+
+TEST_F(AppTest, RelativeNamesMeanTheLaunchFolder) {
+    // Start-up makes the working folder current; a relative name must still mean the folder the
+    // user started the program in, for the first instance and for one that hands over.
+    const QString photo = dir.path() + "/my photo.jpg";
+    ASSERT_TRUE(QFile(photo).open(QIODevice::WriteOnly));
+    QDir().mkpath(dir.path() + "/sub");
+    ASSERT_TRUE(QFile(dir.path() + "/sub/b.png").open(QIODevice::WriteOnly));
+    const QString data = dir.path() + "/first";
+    ChildOutcome first = RunChild(data, "my photo.jpg", dir.path(), "FirstInstanceChild.DISABLED_Run");
+    ASSERT_TRUE(first.finished);
+    EXPECT_TRUE(first.output.contains("CHILD_FILES=" + photo + "|")) << first.output.toStdString();
+    EXPECT_TRUE(first.output.contains("CHILD_CODE=0")) << first.output.toStdString();
+
+    TestProduct owner(dir.path());
+    ASSERT_EQ(owner.InitInstance(), 1);
+    ChildOutcome handed = RunChild(dir.path(), "sub/../sub/b.png", dir.path());
+    ASSERT_TRUE(handed.finished);
+    EXPECT_EQ(handed.messages, 0);
+    QApplication::processEvents(); // the command runs after the answer
+    ASSERT_EQ(owner.handedOver.size(), 1u);
+    QStringList all, files;
+    CPhotoEditorApp::ParseCmdLineParams(all, files, owner.handedOver[0]);
+    EXPECT_EQ(files.value(0), dir.path() + "/sub/b.png");
+    owner.ExitInstance();
+
+    EXPECT_EQ(CPhotoEditorApp::MakeCmdLine({"-x", "my photo.jpg", "500", "a/none.jpg"}, dir.path()),
+              "-x \"" + photo + "\" 500 " + dir.path() + "/a/none.jpg");
+}
+
+TEST_F(AppTest, HandOversWaitForTheWindowAndAreAnsweredBeforeTheOpen) {
+    const QString photo = dir.path() + "/a.jpg";
+    ASSERT_TRUE(QFile(photo).open(QIODevice::WriteOnly));
+    TestProduct owner(dir.path());
+    // A second start while this one is still making its window: accepted, run once the window exists.
+    ChildOutcome early;
+    owner.beforeMainWindow = [&] { early = RunChild(dir.path(), photo); };
+    ASSERT_EQ(owner.InitInstance(), 1);
+    ASSERT_TRUE(early.finished);
+    EXPECT_EQ(early.messages, 0);
+    EXPECT_TRUE(owner.handedOver.empty());
+    QApplication::processEvents();
+    ASSERT_EQ(owner.handedOver.size(), 1u);
+
+    // An open slower than the other side's time-out: the answer goes out first.
+    owner.openDelayMs = 2500;
+    owner.GetMainWnd()->showMinimized();
+    QApplication::processEvents();
+    ChildOutcome slow = RunChild(dir.path(), photo);
+    ASSERT_TRUE(slow.finished);
+    EXPECT_EQ(slow.messages, 0);
+    QApplication::processEvents();
+    EXPECT_EQ(owner.handedOver.size(), 2u);
+    EXPECT_FALSE(owner.GetMainWnd()->windowState() & Qt::WindowMinimized); // brought forward
+    owner.ExitInstance();
+}
+
+TEST_F(AppTest, UnusableDataFolderIsReportedAsSuch) {
+    // The data folder's place is taken by a plain file: the lock cannot even be opened.
+    QFile blocker(dir.path() + "/KelTestApp");
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    TestProduct app(dir.path());
+    EXPECT_EQ(app.InitInstance(), 0);
+    ASSERT_FALSE(app.messages.empty());
+    EXPECT_TRUE(app.messages.back().contains(dir.path() + "/KelTestApp"))
+        << app.messages.back().toStdString();
+    EXPECT_FALSE(app.messages.back().contains("already running"));
+    app.ExitInstance();
+}
+
+TEST_F(AppTest, StartUpFailureExitsWithNonZeroStatus) {
+    TestProduct app(dir.path());
+    CWorkingFolders::ENVIRONMENT env;
+    env.executablePath = dir.path() + "/bin/keltest";
+    env.workingFolderOverride = dir.path() + "/no-dictionaries";
+    env.dataHome = dir.path();
+    app.SetFolderEnvironment(env);
+    char prog[] = "keltest";
+    char* argv[] = {prog, nullptr};
+    EXPECT_NE(app.Run(1, argv), 0);
+    EXPECT_EQ(app.messages.size(), 1u);
+}
+
+TEST_F(AppTest, ExitStopsTheProductsWorker) {
+    CImageProcessThread worker;
+    TestProduct app(dir.path());
+    app.worker = &worker;
+    ASSERT_EQ(app.InitInstance(), 1);
+    ASSERT_TRUE(worker.is_running());
+    app.ExitInstance(); // hung here while the worker waited for its quit message
+    EXPECT_FALSE(worker.is_running());
 }
 
 TEST(CmdLine, TokensQuotesAndFiles) {
@@ -461,20 +602,34 @@ TEST_F(AppTest, RestartWithoutMainWindowDoesNothing) {
     EXPECT_FALSE(app.WillRestart());
 }
 
-TEST_F(AppTest, CrashReporterModeShowsTheNoticeAndContactsOnYes) {
-    TestProduct app(dir.path());
-    app.answer = IDYES;
+TEST_F(AppTest, CrashNoticeOffersContactOnlyWhenThereIsAPage) {
     char prog[] = "keltest", mode[] = "--kel-crash-report", name[] = "Access Violation",
          record[] = "/tmp/crash.dmp";
     char* argv[] = {prog, mode, name, record, nullptr};
-    EXPECT_EQ(app.Run(4, argv), 0);
-    ASSERT_EQ(app.messages.size(), 1u);
-    EXPECT_NE(app.messages[0], "IDS_MSG_EXCEPTION_NOTICE"); // the dictionary's text, not the key
-    EXPECT_EQ(app.contacts, 1);
-    EXPECT_TRUE(app.calls.end() == std::find(app.calls.begin(), app.calls.end(), "CreateMainWindow"));
+    for (const bool withPage : {true, false}) {
+        TestProduct app(dir.path());
+        if (withPage) {
+            WEB_ENDPOINTS web;
+            web.contact = "test://contact";
+            app.SetWebEndpoints(web);
+        }
+        app.answer = IDYES;
+        EXPECT_EQ(app.Run(4, argv), 0);
+        ASSERT_EQ(app.messages.size(), 1u);
+        EXPECT_FALSE(app.messages[0].startsWith("IDS_")); // the dictionary's text, not the key
+        EXPECT_EQ(app.messages[0].contains("contact"), withPage) << app.messages[0].toStdString();
+        EXPECT_EQ(app.contacts, withPage ? 1 : 0);
+        EXPECT_TRUE(app.calls.end() == std::find(app.calls.begin(), app.calls.end(), "CreateMainWindow"));
+        // The notice process must never start another notice, even if it crashes itself.
+        EXPECT_STREQ(GetCrashReporterProgram(), "");
+    }
+    TestProduct normal(dir.path());
+    ASSERT_EQ(normal.InitInstance(), 1);
+    EXPECT_STRNE(GetCrashReporterProgram(), "");
+    normal.ExitInstance();
 }
 
-TEST_F(AppTest, OutOfMemoryIsOfferedToTheProductFirst) {
+TEST_F(AppTest, OutOfMemoryIsOfferedToTheProductEveryTime) {
     TestProduct app(dir.path());
     std::new_handler handler = std::get_new_handler();
     ASSERT_NE(handler, nullptr);
@@ -482,7 +637,18 @@ TEST_F(AppTest, OutOfMemoryIsOfferedToTheProductFirst) {
     handler(); // the product freed memory: the allocation may be retried
     app.freesMemory = false;
     EXPECT_THROW(handler(), std::bad_alloc);
-    std::set_new_handler(handler);
+    EXPECT_EQ(std::get_new_handler(), handler); // still there for the next failure
+    ASSERT_EQ(app.messages.size(), 1u);
+    EXPECT_FALSE(app.messages[0].startsWith("IDS_"));
+
+    // A pixel array too large for any machine: the product is offered the size that was wanted.
+    app.offered.clear();
+    sse_array<uint8_t> huge;
+    const size_t wanted = size_t(1) << 45;
+    EXPECT_FALSE(huge.resize(wanted));
+    ASSERT_FALSE(app.offered.empty());
+    EXPECT_EQ(app.offered[0], wanted + 32);
+    EXPECT_EQ(app.messages.size(), 2u);
 }
 
 TEST_F(AppTest, MainWindowPlacementIsRememberedRestored) {
