@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -44,36 +45,69 @@ struct Range {
     int32_t hi[3] = {INT_MIN, INT_MIN, INT_MIN};
 };
 
-template <typename T>
-void MatchRow(const T* __restrict p, uint8_t* __restrict out, int width, int channels, const Range& r) {
-    for (int x = 0; x < width; ++x) {
-        const Ycc v = PixelYcc<T>(p + x * channels, channels);
-        out[x] = static_cast<uint8_t>(v.y >= r.lo[0] && v.y <= r.hi[0] && v.cb >= r.lo[1] &&
-                                      v.cb <= r.hi[1] && v.cr >= r.lo[2] && v.cr <= r.hi[2]);
+// Writes `hit` where the pixel's colour lies in the range, 0 elsewhere. Pixels are first split into
+// planes of a block, since interleaved loads keep the arithmetic from vectorising.
+template <typename T, int CH>
+void MatchRow(const T* __restrict p, uint16_t* __restrict out, int width, const Range& range, uint16_t hit) {
+    constexpr int kBlock = 256;
+    constexpr uint32_t k = sizeof(T) == 1 ? 257u : 1u;
+    const Range r = range;
+    alignas(32) uint32_t pb[kBlock], pg[kBlock], pr[kBlock];
+    for (int x0 = 0; x0 < width; x0 += kBlock) {
+        const int n = std::min(kBlock, width - x0);
+        const T* q = p + static_cast<ptrdiff_t>(x0) * CH;
+        for (int i = 0; i < n; ++i) {
+            pb[i] = q[i * CH];
+            pg[i] = q[i * CH + (CH > 1 ? 1 : 0)];
+            pr[i] = q[i * CH + (CH > 1 ? 2 : 0)];
+        }
+        uint16_t* o = out + x0;
+        for (int i = 0; i < n; ++i) {
+            const uint32_t R = pr[i] * k, G = pg[i] * k, B = pb[i] * k;
+            const int32_t y = static_cast<int32_t>((13933u * R + 46871u * G + 4732u * B + 32768u) >> 16);
+            const int32_t cb = static_cast<int32_t>(B) - y, cr = static_cast<int32_t>(R) - y;
+            // Bitwise, not short-circuit, so that the loop stays branch-free.
+            const int in = (y >= r.lo[0]) & (y <= r.hi[0]) & (cb >= r.lo[1]) & (cb <= r.hi[1]) &
+                           (cr >= r.lo[2]) & (cr <= r.hi[2]);
+            o[i] = static_cast<uint16_t>(hit & -in);
+        }
     }
 }
 
-// Fills every run of 1 reachable from the seeds with 2, four-connected.
-void Flood(std::vector<uint8_t>& map, int width, int height, std::vector<int64_t>& stack) {
+template <typename T>
+void MatchRowAny(const T* p, uint16_t* out, int width, int channels, const Range& r, uint16_t hit) {
+    if (channels == 1)
+        MatchRow<T, 1>(p, out, width, r, hit);
+    else if (channels == 3)
+        MatchRow<T, 3>(p, out, width, r, hit);
+    else
+        MatchRow<T, 4>(p, out, width, r, hit);
+}
+
+// Turns every run of kCandidate reachable from the seeds into kFilled, four-connected.
+constexpr uint16_t kCandidate = 1, kFilled = 0xFFFF;
+
+void Flood(CSelectedRegion& map, std::vector<int64_t>& stack) {
+    const int width = map.width, height = map.height;
     while (!stack.empty()) {
         const int64_t at = stack.back();
         stack.pop_back();
-        if (map[static_cast<size_t>(at)] != 1)
-            continue;
         const int y = static_cast<int>(at / width);
-        uint8_t* row = map.data() + static_cast<size_t>(y) * width;
+        uint16_t* row = map.Row(y);
         int l = static_cast<int>(at % width), r = l;
-        while (l > 0 && row[l - 1] == 1)
+        if (row[l] != kCandidate)
+            continue;
+        while (l > 0 && row[l - 1] == kCandidate)
             --l;
-        while (r + 1 < width && row[r + 1] == 1)
+        while (r + 1 < width && row[r + 1] == kCandidate)
             ++r;
-        std::fill(row + l, row + r + 1, uint8_t{2});
+        std::fill(row + l, row + r + 1, kFilled);
         for (int ny : {y - 1, y + 1}) {
             if (ny < 0 || ny >= height)
                 continue;
-            const uint8_t* nrow = map.data() + static_cast<size_t>(ny) * width;
+            const uint16_t* nrow = map.Row(ny);
             for (int x = l; x <= r; ++x)
-                if (nrow[x] == 1 && (x == l || nrow[x - 1] != 1))
+                if (nrow[x] == kCandidate && (x == l || nrow[x - 1] != kCandidate))
                     stack.push_back(static_cast<int64_t>(ny) * width + x);
         }
     }
@@ -124,42 +158,40 @@ bool GrowColorRegion(const CImageDataInfo& image, const CSelectedRegion& stroke,
         range.hi[i] = used ? range.hi[i] + tol : INT_MAX;
     }
     const int w = image.width, h = image.height;
-    std::vector<uint8_t> map;
-    CSelectedRegion result;
-    try {
-        map.resize(static_cast<size_t>(w) * h);
-    } catch (const std::bad_alloc&) {
+    // The output doubles as the match map: its buffer is reused when the size stands, which spares the
+    // first touch of fresh pages on every call.
+    const bool reuse = &out != &stroke && out.width == w && out.height == h && detail::HasValues(out);
+    CSelectedRegion fresh;
+    if (!reuse && !fresh.Create(w, h))
         return false;
-    }
-    if (!result.Create(w, h))
-        return false;
+    CSelectedRegion& map = reuse ? out : fresh;
+    const uint16_t hit = contiguous ? kCandidate : kFilled;
     detail::ParallelRows(h, static_cast<long long>(w) * h * 2, progress, [&](int r0, int r1) {
         for (int y = r0; y < r1; ++y) {
-            uint8_t* o = map.data() + static_cast<size_t>(y) * w;
             if (pl.depth == 1)
-                MatchRow<uint8_t>(pl.Row(y), o, w, pl.channels, range);
+                MatchRowAny<uint8_t>(pl.Row(y), map.Row(y), w, pl.channels, range, hit);
             else
-                MatchRow<uint16_t>(reinterpret_cast<const uint16_t*>(pl.Row(y)), o, w, pl.channels, range);
+                MatchRowAny<uint16_t>(reinterpret_cast<const uint16_t*>(pl.Row(y)), map.Row(y), w,
+                                      pl.channels, range, hit);
         }
     });
-    uint8_t selected = 1;
     if (contiguous) {
-        Flood(map, w, h, seeds);
-        selected = 2;
+        Flood(map, seeds);
+        detail::ParallelRows(h, static_cast<long long>(w) * h, nullptr, [&](int r0, int r1) {
+            for (int y = r0; y < r1; ++y) {
+                uint16_t* o = map.Row(y);
+                for (int x = 0; x < w; ++x)
+                    o[x] = o[x] == kFilled ? kFilled : uint16_t{0};
+            }
+        });
     }
-    detail::ParallelRows(h, static_cast<long long>(w) * h, nullptr, [&](int r0, int r1) {
-        for (int y = r0; y < r1; ++y) {
-            const uint8_t* m = map.data() + static_cast<size_t>(y) * w;
-            uint16_t* o = result.Row(y);
-            for (int x = 0; x < w; ++x)
-                o[x] = m[x] == selected ? uint16_t{65535} : uint16_t{0};
-        }
-    });
+    if (!reuse) {
+        out.width = w;
+        out.height = h;
+        out.data.swap(fresh.data);
+    }
     out.x = 0;
     out.y = 0;
-    out.width = w;
-    out.height = h;
-    out.data.swap(result.data);
     return true;
 }
 
