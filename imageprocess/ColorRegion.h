@@ -7,7 +7,7 @@ namespace ImageProcess {
 
 // What two colours are compared by. Luminance is Y of (R, G, B); colour is the pair of differences
 // B - Y and R - Y, which stays the same when every channel moves by one amount.
-enum COLOR_REGION_COMPARE {
+enum COLOR_REGION_COMPARE : int {
     COLOR_REGION_LUMINANCE_COLOR = 0,
     COLOR_REGION_LUMINANCE = 1,
     COLOR_REGION_COLOR = 2,

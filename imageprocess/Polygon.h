@@ -7,7 +7,7 @@
 
 namespace ImageProcess {
 
-enum REGION_COMBINE { REGION_ADD = 0, REGION_SUBTRACT = 1, REGION_INTERSECT = 2 };
+enum REGION_COMBINE : int { REGION_ADD = 0, REGION_SUBTRACT = 1, REGION_INTERSECT = 2 };
 
 // Fills the closed polygon of `count` points (image pixels, a pixel covering [x, x + 1)) into region as
 // exact area coverage, 0 to 0xFFFF, rows top-down. The region is placed at the floor of the
