@@ -179,7 +179,8 @@ void RepairOne(const Plane& src, const Plane& dst, int offX, int offY, const BLE
         return;
     const TonePlane tone = FitTone(src, b, nc);
     const int bw = static_cast<int>(r - l + 1), bh = static_cast<int>(btm - t + 1);
-    // Repaired values first, so that a source overlapping the target (or dst being src) reads originals.
+    // Repaired values first, so that a source overlapping the target (or dst being src) reads unrepaired
+    // pixels.
     std::vector<double> rep(static_cast<size_t>(bw) * bh * nc);
     std::vector<float> alpha(static_cast<size_t>(bw) * bh, 0.0f);
     const long long ox = static_cast<long long>(b.sourceX) - b.targetX,

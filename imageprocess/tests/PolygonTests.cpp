@@ -125,16 +125,16 @@ TEST(CombineRegions, AddThenSubtractOfTheSamePolygonRestoresTheMask) {
     for (int y = 0; y < 50; ++y)
         for (int x = 0; x < 60; ++x)
             sel.Row(y)[x] = static_cast<uint16_t>((x * 531 + y * 217) % 32000);
-    const CSelectedRegion original = sel;
+    const CSelectedRegion initial = sel;
     const std::vector<Pt> star{{10, 5}, {40.5, 12.25}, {25, 30}, {52, 48}, {3.7, 40}};
     CSelectedRegion shape;
     ASSERT_TRUE(PolygonToRegion(star.data(), star.size(), shape));
     for (double feather : {0.0, 5.0})
         for (int opacity : {50, 45}) {
             ASSERT_TRUE(CombineRegions(sel, shape, REGION_ADD, opacity, feather));
-            EXPECT_FALSE(Same(sel, original));
+            EXPECT_FALSE(Same(sel, initial));
             ASSERT_TRUE(CombineRegions(sel, shape, REGION_SUBTRACT, opacity, feather));
-            EXPECT_TRUE(Same(sel, original)) << feather << " " << opacity;
+            EXPECT_TRUE(Same(sel, initial)) << feather << " " << opacity;
         }
 }
 
@@ -144,7 +144,7 @@ TEST(CombineRegions, FullOpacityAddThenSubtractRestoresAMaskBesideThePolygon) {
     for (int y = 30; y < 40; ++y)
         for (int x = 35; x < 50; ++x)
             sel.Row(y)[x] = static_cast<uint16_t>(1000 + x * y * 20);
-    const CSelectedRegion original = sel;
+    const CSelectedRegion initial = sel;
     const std::vector<Pt> tri{{2.5, 1}, {30.25, 4.5}, {12, 25.75}};
     CSelectedRegion shape;
     ASSERT_TRUE(PolygonToRegion(tri.data(), tri.size(), shape));
@@ -152,7 +152,7 @@ TEST(CombineRegions, FullOpacityAddThenSubtractRestoresAMaskBesideThePolygon) {
         ASSERT_TRUE(CombineRegions(sel, shape, REGION_ADD, 100, feather));
         EXPECT_GT(sel.Row(10)[14], 60000);
         ASSERT_TRUE(CombineRegions(sel, shape, REGION_SUBTRACT, 100, feather));
-        EXPECT_TRUE(Same(sel, original)) << feather;
+        EXPECT_TRUE(Same(sel, initial)) << feather;
     }
 }
 
