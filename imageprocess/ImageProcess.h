@@ -166,3 +166,9 @@ bool CalcHistogram(const CImageDataInfo& image, HISTOGRAM& histogram, const IntR
                    uint32_t* luminance = nullptr);
 
 } // namespace ImageProcess
+#include "imageprocess/Blemish.h"
+#include "imageprocess/ColorRegion.h"
+#include "imageprocess/Gradient.h"
+#include "imageprocess/Heal.h"
+#include "imageprocess/Polygon.h"
+#include "imageprocess/Redeye.h"
