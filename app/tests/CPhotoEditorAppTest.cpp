@@ -631,6 +631,7 @@ TEST_F(AppTest, CrashNoticeOffersContactOnlyWhenThereIsAPage) {
 
 TEST_F(AppTest, OutOfMemoryIsOfferedToTheProductEveryTime) {
     TestProduct app(dir.path());
+    ASSERT_EQ(app.InitInstance(), 1); // the notice's text comes from the dictionaries
     std::new_handler handler = std::get_new_handler();
     ASSERT_NE(handler, nullptr);
     app.freesMemory = true;
@@ -649,6 +650,7 @@ TEST_F(AppTest, OutOfMemoryIsOfferedToTheProductEveryTime) {
     ASSERT_FALSE(app.offered.empty());
     EXPECT_EQ(app.offered[0], wanted + 32);
     EXPECT_EQ(app.messages.size(), 2u);
+    app.ExitInstance();
 }
 
 TEST_F(AppTest, MainWindowPlacementIsRememberedRestored) {
