@@ -166,4 +166,5 @@ bool CalcHistogram(const CImageDataInfo& image, HISTOGRAM& histogram, const IntR
                    uint32_t* luminance = nullptr);
 
 } // namespace ImageProcess
+#include "imageprocess/LensCorrect.h"
 #include "imageprocess/RotateAngle.h"
