@@ -167,4 +167,5 @@ bool CalcHistogram(const CImageDataInfo& image, HISTOGRAM& histogram, const IntR
 
 } // namespace ImageProcess
 #include "imageprocess/LensCorrect.h"
+#include "imageprocess/Liquify.h"
 #include "imageprocess/RotateAngle.h"
