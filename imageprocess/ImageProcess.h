@@ -166,6 +166,7 @@ bool CalcHistogram(const CImageDataInfo& image, HISTOGRAM& histogram, const IntR
                    uint32_t* luminance = nullptr);
 
 } // namespace ImageProcess
+#include "imageprocess/CubicSpline.h"
 #include "imageprocess/LensCorrect.h"
 #include "imageprocess/Liquify.h"
 #include "imageprocess/RotateAngle.h"
