@@ -6,6 +6,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#if defined(__x86_64__)
+#include <emmintrin.h>
+#endif
 
 namespace ImageProcess::detail {
 
@@ -27,6 +30,7 @@ inline Weights4 MakeWeights(uint32_t fx, uint32_t fy) {
 // C channels of type T; the sum fits in 32 bits because the weights sum to at most 65536.
 template <typename T, int C>
 inline void Blend4(const T* a, const T* b, const T* c, const T* d, const Weights4& w, T* out) {
+#pragma GCC unroll 4
     for (int k = 0; k < C; ++k)
         out[k] = static_cast<T>((a[k] * w.w00 + b[k] * w.w10 + c[k] * w.w01 + d[k] * w.w11 + 0x8000u) >> 16);
 }
@@ -54,12 +58,24 @@ inline int64_t FloorToInt(double v) {
 
 // A coordinate in 16.16 fixed point, rounded to nearest so that tiny floating errors vanish. Values
 // beyond any image (or not a number) become a far-away position rather than undefined behaviour.
+#if defined(__x86_64__)
+inline int64_t ToFixed(double v) {
+    return _mm_cvtsd_si64(_mm_set_sd(v * 65536.0)); // out of range gives INT64_MIN
+}
+inline int64_t ToFixed(float v) {
+    return _mm_cvtss_si64(_mm_set_ss(v * 65536.0f));
+}
+#else
 inline int64_t ToFixed(double v) {
     constexpr double kFar = 1e9;
     if (!(v > -kFar && v < kFar))
         v = -kFar;
     return FloorToInt(v * 65536.0 + 0.5);
 }
+inline int64_t ToFixed(float v) {
+    return ToFixed(static_cast<double>(v));
+}
+#endif
 
 // Calls body.template operator()<T, C>() for the pixel format of the plane; false for a format the
 // warps do not take.

@@ -57,6 +57,26 @@ struct LensMap {
         sy = cy + qy * f * norm;
         return true;
     }
+    // The same for pixel u of the row prepared by StartRow: rotation and scale are linear along a row.
+    void StartRow(int v) {
+        const double py = (v + 0.5 - cy) / norm, px0 = (0.5 - cx) / norm;
+        rowQx = px0 * cosS + py * sinS, rowQy = -px0 * sinS + py * cosS;
+        stepQx = cosS / norm, stepQy = -sinS / norm;
+    }
+    bool MapRow(int u, double& sx, double& sy) const {
+        double qx = rowQx + u * stepQx, qy = rowQy + u * stepQy;
+        if (persp != 0.0 && (vert != 0.0 || horz != 0.0)) {
+            const double w = 1.0 - persp * (vert * qy + horz * qx);
+            if (w <= 1e-6)
+                return false;
+            const double inv = 1.0 / w;
+            qx *= inv, qy *= inv;
+        }
+        const double f = (1.0 + k * (qx * qx + qy * qy)) * norm;
+        sx = cx + qx * f;
+        sy = cy + qy * f;
+        return true;
+    }
     bool Inside(double x, double y) const {
         double sx, sy;
         return Map(x, y, sx, sy) && sx >= 0 && sy >= 0 && sx <= width && sy <= height;
@@ -64,6 +84,7 @@ struct LensMap {
 
 private:
     double vert, horz;
+    double rowQx = 0, rowQy = 0, stepQx = 0, stepQy = 0;
 };
 
 // The least zoom (at least 1) at which every border pixel of the result comes from inside the source.
@@ -90,12 +111,11 @@ double ConstrainZoom(int w, int h, const LENSCORRECT_PARAMS& p) {
     return hi;
 }
 
-template <typename T, int C> void CorrectRow(const Plane& s, T* out, const LensMap& m, int v) {
+template <typename T, int C> void CorrectRow(const Plane& s, T* out, const LensMap& m) {
     const int w = s.width, h = s.height;
-    const double y = v + 0.5;
     for (int u = 0; u < w; ++u, out += C) {
         double sx, sy;
-        if (!m.Map(u + 0.5, y, sx, sy) || !(sx >= 0 && sy >= 0 && sx <= w && sy <= h)) {
+        if (!m.MapRow(u, sx, sy) || !(sx >= 0 && sy >= 0 && sx <= w && sy <= h)) {
             for (int k = 0; k < C; ++k)
                 out[k] = 0;
             continue;
@@ -104,6 +124,12 @@ template <typename T, int C> void CorrectRow(const Plane& s, T* out, const LensM
         const int x0 = static_cast<int>(fx >> 16), y0 = static_cast<int>(fy >> 16);
         const auto w4 =
             detail::MakeWeights(static_cast<uint32_t>(fx & 0xFFFF), static_cast<uint32_t>(fy & 0xFFFF));
+        if (x0 >= 0 && y0 >= 0 && x0 + 1 < w && y0 + 1 < h) {
+            const T* ra = reinterpret_cast<const T*>(s.Row(y0)) + x0 * C;
+            const T* rb = reinterpret_cast<const T*>(reinterpret_cast<const unsigned char*>(ra) + s.step);
+            detail::Blend4<T, C>(ra, ra + C, rb, rb + C, w4, out);
+            continue;
+        }
         const int xa = detail::ClampIndex(x0, w) * C, xb = detail::ClampIndex(x0 + 1, w) * C;
         const T* ra = reinterpret_cast<const T*>(s.Row(detail::ClampIndex(y0, h)));
         const T* rb = reinterpret_cast<const T*>(s.Row(detail::ClampIndex(y0 + 1, h)));
@@ -129,8 +155,11 @@ bool CorrectInto(CImageDataInfo& dst, const CImageDataInfo& src, const LENSCORRE
     const LensMap m(src.width, src.height, p, zoom);
     return detail::DispatchFormat(s.channels, s.depth, [&]<typename T, int C>() {
         detail::ParallelRows(d.height, work, progress, [&](int r0, int r1) {
-            for (int v = r0; v < r1; ++v)
-                CorrectRow<T, C>(s, reinterpret_cast<T*>(d.Row(v)), m, v);
+            LensMap rowMap = m;
+            for (int v = r0; v < r1; ++v) {
+                rowMap.StartRow(v);
+                CorrectRow<T, C>(s, reinterpret_cast<T*>(d.Row(v)), rowMap);
+            }
         });
     });
 }
@@ -162,12 +191,8 @@ bool LensCorrect(CImageDataInfo& dst, const CImageDataInfo& src, const LENSCORRE
     if (src.channels != 1 && src.channels != 3 && src.channels != 4)
         return false;
     try {
-        CImageDataInfo fresh;
-        fresh.alignment = src.alignment;
-        if (!CorrectInto(fresh, src, params, progress))
-            return false;
-        detail::TakeOver(dst, fresh);
-        return true;
+        // Everything that can be refused has been; dst is written in place so that its buffer is reused.
+        return CorrectInto(dst, src, params, progress);
     } catch (const std::bad_alloc&) {
         return false;
     }

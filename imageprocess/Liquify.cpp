@@ -78,7 +78,9 @@ void RebuildRow(const Plane& s, T* out, const float* map, const unsigned char* t
         if (!touched[x])
             continue;
         const int64_t fx = detail::ToFixed(map[2 * x]), fy = detail::ToFixed(map[2 * x + 1]);
-        const int ix = static_cast<int>(fx >> 16), iy = static_cast<int>(fy >> 16);
+        // Far-away positions are pulled in before narrowing; mirroring makes them periodic anyway.
+        const int ix = static_cast<int>(std::clamp<int64_t>(fx >> 16, -(1 << 30), 1 << 30));
+        const int iy = static_cast<int>(std::clamp<int64_t>(fy >> 16, -(1 << 30), 1 << 30));
         const auto w4 =
             detail::MakeWeights(static_cast<uint32_t>(fx & 0xFFFF), static_cast<uint32_t>(fy & 0xFFFF));
         int xa = ix * C, xb = xa + C, ya = iy, yb = iy + 1;

@@ -89,6 +89,12 @@ void BilinearRun(const Plane& s, T* out, const RotationMap& m, int v, int u0, in
         const int x0 = static_cast<int>(fx16 >> 16), y0 = static_cast<int>(fy16 >> 16);
         const auto w4 =
             detail::MakeWeights(static_cast<uint32_t>(fx16 & 0xFFFF), static_cast<uint32_t>(fy16 & 0xFFFF));
+        if (x0 >= 0 && y0 >= 0 && x0 + 1 < w && y0 + 1 < h) {
+            const T* ra = reinterpret_cast<const T*>(s.Row(y0)) + x0 * C;
+            const T* rb = reinterpret_cast<const T*>(reinterpret_cast<const unsigned char*>(ra) + s.step);
+            detail::Blend4<T, C>(ra, ra + C, rb, rb + C, w4, out + u * C);
+            continue;
+        }
         const int xa = detail::ClampIndex(x0, w) * C, xb = detail::ClampIndex(x0 + 1, w) * C;
         const T* ra = reinterpret_cast<const T*>(s.Row(detail::ClampIndex(y0, h)));
         const T* rb = reinterpret_cast<const T*>(s.Row(detail::ClampIndex(y0 + 1, h)));
