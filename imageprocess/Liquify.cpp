@@ -71,26 +71,37 @@ inline void GridSample(const LIQUIFY_MAP& m, float sx, float sy, int g, float& o
     oy = w00 * ra[2 * xa + 1] + w10 * ra[2 * xb + 1] + w01 * rb[2 * xa + 1] + w11 * rb[2 * xb + 1];
 }
 
+// Mirrored rebuild of one pixel whose neighbours may lie outside the image.
+template <typename T, int C> void RebuildEdgePixel(const Plane& s, T* out, int64_t fx, int64_t fy) {
+    // Far-away positions are pulled in before narrowing; mirroring makes them periodic anyway.
+    const int ix = static_cast<int>(std::clamp<int64_t>(fx >> 16, -(1 << 30), 1 << 30));
+    const int iy = static_cast<int>(std::clamp<int64_t>(fy >> 16, -(1 << 30), 1 << 30));
+    const auto w4 =
+        detail::MakeWeights(static_cast<uint32_t>(fx & 0xFFFF), static_cast<uint32_t>(fy & 0xFFFF));
+    const int xa = detail::MirrorIndex(ix, s.width) * C, xb = detail::MirrorIndex(ix + 1, s.width) * C;
+    const T* ra = reinterpret_cast<const T*>(s.Row(detail::MirrorIndex(iy, s.height)));
+    const T* rb = reinterpret_cast<const T*>(s.Row(detail::MirrorIndex(iy + 1, s.height)));
+    detail::Blend4<T, C>(ra + xa, ra + xb, rb + xa, rb + xb, w4, out);
+}
+
 template <typename T, int C>
 void RebuildRow(const Plane& s, T* out, const float* map, const unsigned char* touched, int x0, int x1) {
-    const int w = s.width, h = s.height;
+    // Interior test in unsigned arithmetic: one compare per axis covers both ends.
+    const auto lastX = static_cast<uint32_t>(s.width - 1), lastY = static_cast<uint32_t>(s.height - 1);
     for (int x = x0; x < x1; ++x) {
         if (!touched[x])
             continue;
         const int64_t fx = detail::ToFixed(map[2 * x]), fy = detail::ToFixed(map[2 * x + 1]);
-        // Far-away positions are pulled in before narrowing; mirroring makes them periodic anyway.
-        const int ix = static_cast<int>(std::clamp<int64_t>(fx >> 16, -(1 << 30), 1 << 30));
-        const int iy = static_cast<int>(std::clamp<int64_t>(fy >> 16, -(1 << 30), 1 << 30));
+        const int64_t ix = fx >> 16, iy = fy >> 16;
+        if (static_cast<uint64_t>(ix) >= lastX || static_cast<uint64_t>(iy) >= lastY) {
+            RebuildEdgePixel<T, C>(s, out + x * C, fx, fy);
+            continue;
+        }
         const auto w4 =
             detail::MakeWeights(static_cast<uint32_t>(fx & 0xFFFF), static_cast<uint32_t>(fy & 0xFFFF));
-        int xa = ix * C, xb = xa + C, ya = iy, yb = iy + 1;
-        if (ix < 0 || ix + 1 >= w || iy < 0 || iy + 1 >= h) {
-            xa = detail::MirrorIndex(ix, w) * C, xb = detail::MirrorIndex(ix + 1, w) * C;
-            ya = detail::MirrorIndex(iy, h), yb = detail::MirrorIndex(iy + 1, h);
-        }
-        const T* ra = reinterpret_cast<const T*>(s.Row(ya));
-        const T* rb = reinterpret_cast<const T*>(s.Row(yb));
-        detail::Blend4<T, C>(ra + xa, ra + xb, rb + xa, rb + xb, w4, out + x * C);
+        const T* ra = reinterpret_cast<const T*>(s.base + iy * s.step) + ix * C;
+        const T* rb = reinterpret_cast<const T*>(reinterpret_cast<const unsigned char*>(ra) + s.step);
+        detail::Blend4<T, C>(ra, ra + C, rb, rb + C, w4, out + x * C);
     }
 }
 
