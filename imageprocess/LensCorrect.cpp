@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <new>
+#include <vector>
 
 namespace ImageProcess {
 
@@ -57,26 +58,19 @@ struct LensMap {
         sy = cy + qy * f * norm;
         return true;
     }
-    // The same for pixel u of the row prepared by StartRow: rotation and scale are linear along a row.
+    // Rotation and scale are linear along a row: the start of row v and the step per pixel.
     void StartRow(int v) {
         const double py = (v + 0.5 - cy) / norm, px0 = (0.5 - cx) / norm;
         rowQx = px0 * cosS + py * sinS, rowQy = -px0 * sinS + py * cosS;
         stepQx = cosS / norm, stepQy = -sinS / norm;
     }
-    bool MapRow(int u, double& sx, double& sy) const {
-        double qx = rowQx + u * stepQx, qy = rowQy + u * stepQy;
-        if (persp != 0.0 && (vert != 0.0 || horz != 0.0)) {
-            const double w = 1.0 - persp * (vert * qy + horz * qx);
-            if (w <= 1e-6)
-                return false;
-            const double inv = 1.0 / w;
-            qx *= inv, qy *= inv;
-        }
-        const double f = (1.0 + k * (qx * qx + qy * qy)) * norm;
-        sx = cx + qx * f;
-        sy = cy + qy * f;
-        return true;
-    }
+    double RowQx() const { return rowQx; }
+    double RowQy() const { return rowQy; }
+    double StepQx() const { return stepQx; }
+    double StepQy() const { return stepQy; }
+    double Persp() const { return persp; }
+    double Vert() const { return vert; }
+    double Horz() const { return horz; }
     bool Inside(double x, double y) const {
         double sx, sy;
         return Map(x, y, sx, sy) && sx >= 0 && sy >= 0 && sx <= width && sy <= height;
@@ -111,11 +105,29 @@ double ConstrainZoom(int w, int h, const LENSCORRECT_PARAMS& p) {
     return hi;
 }
 
-template <typename T, int C> void CorrectRow(const Plane& s, T* out, const LensMap& m) {
+// Source positions of a whole row first, in a loop without branches that the compiler can vectorise;
+// positions behind the viewer become -1, which the sampling loop treats as outside.
+void MapRowPositions(const LensMap& m, int width, double* xs, double* ys) {
+    const double qx0 = m.RowQx(), qy0 = m.RowQy(), dqx = m.StepQx(), dqy = m.StepQy();
+    const double vert = m.Persp() * m.Vert(), horz = m.Persp() * m.Horz(), k = m.k, norm = m.norm;
+    const double cx = m.cx, cy = m.cy;
+    for (int u = 0; u < width; ++u) {
+        double qx = qx0 + u * dqx, qy = qy0 + u * dqy;
+        const double w = 1.0 - (vert * qy + horz * qx);
+        const bool visible = w > 1e-6;
+        const double inv = 1.0 / (visible ? w : 1.0);
+        qx *= inv, qy *= inv;
+        const double f = (1.0 + k * (qx * qx + qy * qy)) * norm;
+        xs[u] = visible ? cx + qx * f : -1.0;
+        ys[u] = cy + qy * f;
+    }
+}
+
+template <typename T, int C> void CorrectRow(const Plane& s, T* out, const double* xs, const double* ys) {
     const int w = s.width, h = s.height;
     for (int u = 0; u < w; ++u, out += C) {
-        double sx, sy;
-        if (!m.MapRow(u, sx, sy) || !(sx >= 0 && sy >= 0 && sx <= w && sy <= h)) {
+        const double sx = xs[u], sy = ys[u];
+        if (!(sx >= 0 && sy >= 0 && sx <= w && sy <= h)) {
             for (int k = 0; k < C; ++k)
                 out[k] = 0;
             continue;
@@ -156,9 +168,11 @@ bool CorrectInto(CImageDataInfo& dst, const CImageDataInfo& src, const LENSCORRE
     return detail::DispatchFormat(s.channels, s.depth, [&]<typename T, int C>() {
         detail::ParallelRows(d.height, work, progress, [&](int r0, int r1) {
             LensMap rowMap = m;
+            std::vector<double> xs(d.width), ys(d.width);
             for (int v = r0; v < r1; ++v) {
                 rowMap.StartRow(v);
-                CorrectRow<T, C>(s, reinterpret_cast<T*>(d.Row(v)), rowMap);
+                MapRowPositions(rowMap, d.width, xs.data(), ys.data());
+                CorrectRow<T, C>(s, reinterpret_cast<T*>(d.Row(v)), xs.data(), ys.data());
             }
         });
     });
