@@ -168,7 +168,11 @@ bool CalcHistogram(const CImageDataInfo& image, HISTOGRAM& histogram, const IntR
 } // namespace ImageProcess
 #include "imageprocess/Blemish.h"
 #include "imageprocess/ColorRegion.h"
+#include "imageprocess/CubicSpline.h"
 #include "imageprocess/Gradient.h"
 #include "imageprocess/Heal.h"
+#include "imageprocess/LensCorrect.h"
+#include "imageprocess/Liquify.h"
 #include "imageprocess/Polygon.h"
 #include "imageprocess/Redeye.h"
+#include "imageprocess/RotateAngle.h"
