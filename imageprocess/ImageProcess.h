@@ -166,3 +166,4 @@ bool CalcHistogram(const CImageDataInfo& image, HISTOGRAM& histogram, const IntR
                    uint32_t* luminance = nullptr);
 
 } // namespace ImageProcess
+#include "imageprocess/RawConvert.h"
