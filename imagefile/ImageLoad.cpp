@@ -291,7 +291,7 @@ int GetCapTimeFromFileInfo(const FILEINFO& info, METADATA_CAPTIME& capTime) {
 
 namespace {
 
-// The shared load: a raw file is developed, or with `raw` given, delivered as linear camera data
+// The shared load: a raw file is developed, or with `keepRaw`, delivered as linear camera data
 // with its conversion record.
 int LoadMemory(FILEINFO& info, CImageDataInfo& image, const unsigned char* data, size_t size, RGB_ORDER order,
                CImageDataInfo* alpha, bool keepRaw) {
