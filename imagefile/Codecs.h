@@ -20,6 +20,8 @@ int CheckImageSize(long long width, long long height);
 IMAGE_FORMAT DetectFormat(const unsigned char* data, size_t size);
 // Camera raw containers that do not start like TIFF (by signature only).
 bool LooksLikeCameraRaw(const unsigned char* data, size_t size);
+// A classic TIFF whose first directory carries the DNG version tag.
+bool IsDng(const unsigned char* data, size_t size);
 
 // Header information: format, stored size, channels, bit depth, alpha, resolution, ICC profile.
 int JpegReadInfo(const unsigned char* data, size_t size, FILEINFO& info);

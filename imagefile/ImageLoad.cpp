@@ -211,8 +211,8 @@ int GetImageInfoFromMemory(FILEINFO& info, const unsigned char* data, size_t siz
     if (!data || size == 0)
         return ERR_EMPTY_FILE;
     IMAGE_FORMAT format = detail::DetectFormat(data, size);
-    // Raw files built on TIFF are told apart by their name.
-    if (format == IMAGE_FORMAT_TIFF && IsTiffBasedRaw(info.path))
+    // Raw files built on TIFF are told apart by their name, DNG also by its own tag.
+    if (format == IMAGE_FORMAT_TIFF && (IsTiffBasedRaw(info.path) || detail::IsDng(data, size)))
         format = IMAGE_FORMAT_CAMERA_RAW;
     if (format == IMAGE_FORMAT_UNKNOWN)
         return ERR_UNSUPPORTED_FORMAT;

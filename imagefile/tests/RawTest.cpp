@@ -4,6 +4,7 @@
 #include "DngWriter.h"
 #include "FileTestUtil.h"
 
+#include "common/testing/TestImages.h"
 #include "imageprocess/RawConvert.h"
 
 #include <gtest/gtest.h>
@@ -246,6 +247,22 @@ TEST(CameraRaw, HugeSizeInTheHeaderIsRefusedBeforeDecoding) {
     EXPECT_EQ(LoadFileX(info, image, dir / "huge.dng"), ERR_TOO_LARGE);
     EXPECT_EQ(GetImageFileInfo(info, dir / "huge.dng"), ERR_TOO_LARGE);
     EXPECT_EQ(image.data.data(), nullptr);
+}
+
+TEST(CameraRaw, DngIsKnownByContentWhateverItsName) {
+    TempDir dir;
+    const DngScene s;
+    const std::vector<unsigned char> dng = ReadAll(WriteScene(dir, s));
+    WriteAll(dir / "renamed.tif", dng);
+    FILEINFO info;
+    CImageDataInfo byName, fromMemory;
+    ASSERT_EQ(LoadFile(info, byName, dir / "renamed.tif"), ERR_OK);
+    EXPECT_EQ(info.isCameraRaw, 1);
+    FILEINFO memInfo;
+    ASSERT_EQ(LoadFromMemory(memInfo, fromMemory, dng.data(), dng.size()), ERR_OK);
+    EXPECT_EQ(memInfo.isCameraRaw, 1);
+    ASSERT_EQ(fromMemory.width, s.width);
+    EXPECT_TRUE(kel_testing::SamePixels(byName, fromMemory));
 }
 
 TEST(CameraRaw, ExtensionsCoverTheCommonRawFormats) {
