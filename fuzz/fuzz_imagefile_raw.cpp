@@ -1,4 +1,5 @@
-// Feeds damaged camera raw files to the raw reader: header, linear and developed decode, preview.
+// Feeds damaged camera raw files to the raw reader (DNG test, header, linear and developed decode,
+// preview) and to the whole load path.
 // First byte odd: the input is the file. Even: a small DNG (Bayer mosaic plus preview) is damaged at
 // the positions the input names and cut when it asks, so that LibRaw sees files close to real ones.
 #include "fuzz/DecoderFuzzInput.h"
@@ -51,6 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     const unsigned char* d = input.data();
     const size_t n = input.size();
+    ImageFile::detail::IsDng(d, n);
     ImageFile::FILEINFO info;
     if (ImageFile::detail::RawReadInfo(d, n, info) != 0)
         return 0;
@@ -58,10 +60,22 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // limit is far lower.
     if (static_cast<long long>(info.storedWidth) * info.storedHeight > 4LL * 1000 * 1000)
         return 0;
+    // A full decode demosaics, which costs far more than the rest: one path per input, chosen by the
+    // second and third bits of the first byte, keeps the fuzzer moving.
     CImageDataInfo image;
-    ImageProcess::RAW_CONVERSION raw;
-    ImageFile::detail::RawDecode(d, n, image, ImageFile::detail::RawOutput::Linear, &raw);
-    ImageFile::detail::RawDecode(d, n, image, ImageFile::detail::RawOutput::Preview);
+    switch ((data[0] >> 1) & 3) {
+    case 0: {
+        ImageProcess::RAW_CONVERSION raw;
+        ImageFile::detail::RawDecode(d, n, image, ImageFile::detail::RawOutput::Linear, &raw);
+        break;
+    }
+    case 1:
+        ImageFile::LoadFromMemory(info, image, d, n); // a DNG is known by its content without a name
+        break;
+    default:
+        ImageFile::detail::RawDecode(d, n, image, ImageFile::detail::RawOutput::Preview);
+        break;
+    }
     ImageFile::detail::Bytes jpeg;
     CImageDataInfo preview;
     ImageFile::detail::RawReadPreview(d, n, jpeg, preview);
