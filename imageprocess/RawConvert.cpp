@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <vector>
 
 namespace ImageProcess {
 
@@ -80,6 +81,42 @@ void Report(void (*progress)(int, int), int done, int total) {
         progress(done, total);
 }
 
+double SrgbDecode(double v) {
+    return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+}
+
+// sRGB colour images, by far the most common input, skip the general transform: a table undoes the
+// tone curve and one matrix changes the primaries.
+bool SrgbToFakeRaw(const CImageDataInfo& image, CImageDataInfo& out, void (*progress)(int, int)) {
+    Matrix m;
+    if (!SRGBToLinearWorking(m))
+        return false;
+    const int levels = image.depth == 1 ? 256 : 65536;
+    std::vector<float> lut(static_cast<size_t>(levels));
+    for (int i = 0; i < levels; ++i)
+        lut[static_cast<size_t>(i)] =
+            static_cast<float>(SrgbDecode(static_cast<double>(i) / (levels - 1)) * 65535.0);
+    const int ch = image.channels;
+    for (int y = 0; y < image.height; ++y) {
+        const unsigned char* s8 = image.RowPtr(y);
+        const auto* s16 = reinterpret_cast<const uint16_t*>(s8);
+        auto* d = reinterpret_cast<uint16_t*>(out.RowPtr(y));
+        for (int x = 0; x < image.width; ++x, d += 3) {
+            const size_t i = static_cast<size_t>(x) * ch;
+            const double b = lut[image.depth == 1 ? s8[i] : s16[i]];
+            const double g = lut[image.depth == 1 ? s8[i + 1] : s16[i + 1]];
+            const double r = lut[image.depth == 1 ? s8[i + 2] : s16[i + 2]];
+            d[2] = To16(m[0][0] * r + m[0][1] * g + m[0][2] * b);
+            d[1] = To16(m[1][0] * r + m[1][1] * g + m[1][2] * b);
+            d[0] = To16(m[2][0] * r + m[2][1] * g + m[2][2] * b);
+        }
+        if ((y & 63) == 63)
+            Report(progress, y + 1, image.height);
+    }
+    Report(progress, image.height, image.height);
+    return true;
+}
+
 } // namespace
 
 bool ConvertCameraRawToWorkingProfile16Bit(CImageDataInfo& image, const RAW_CONVERSION& raw, int clipMode,
@@ -141,10 +178,19 @@ bool ConvertImageToFakeRaw(CImageDataInfo& image, const ColorProfile::Profile& p
     out.alignment = image.alignment;
     if (!out.Create(image.width, image.height, 3, 2))
         return false;
-    if (!ColorProfile::TransformImage(out, image, ColorProfile::INTENT_RELATIVE, 0, from, to, nullptr,
-                                      progress))
+    const bool srgb = from == ColorProfile::GetSRGBProfile() && image.channels != 1;
+    if (srgb ? !SrgbToFakeRaw(image, out, progress)
+             : !ColorProfile::TransformImage(out, image, ColorProfile::INTENT_RELATIVE, 0, from, to, nullptr,
+                                             progress))
         return false;
-    image = std::move(out);
+    // The record copies on assignment; the buffer is handed over instead.
+    image.data = std::move(out.data);
+    image.width = out.width;
+    image.height = out.height;
+    image.channels = out.channels;
+    image.depth = out.depth;
+    image.stride = out.stride;
+    image.alignment = out.alignment;
     return true;
 }
 

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 using namespace ImageProcess;
 using namespace kel_testing;
@@ -182,6 +183,20 @@ TEST(FakeRaw, OrdinaryImagesBecomeLinearWorkingRgb) {
     ASSERT_EQ(rgba.channels, 3);
     for (int c = 0; c < 3; ++c)
         EXPECT_NEAR(GetValue(rgba, 0, 0, c) / 65535.0, SrgbToLinear(v16[c] / 65535.0), 0.004) << c;
+
+    // The quick sRGB path and the general transform agree: the same colours given as the bytes of
+    // an sRGB profile that is not the built-in one take the general path.
+    CImageDataInfo noise, viaTransform;
+    ASSERT_TRUE(MakeNoise(noise, 64, 16, 3, 1, 9));
+    viaTransform = noise;
+    std::vector<unsigned char> icc = CP::GetSRGBProfile().Data();
+    icc.push_back(0); // a different byte string, the same profile
+    const CP::Profile copy(icc.data(), icc.size(), "copy");
+    ASSERT_TRUE(copy.IsValid());
+    ASSERT_FALSE(copy == CP::GetSRGBProfile());
+    ASSERT_TRUE(ConvertImageToFakeRaw(noise, CP::GetSRGBProfile()));
+    ASSERT_TRUE(ConvertImageToFakeRaw(viaTransform, copy));
+    EXPECT_LE(MaxDifference(noise, viaTransform), 80); // 16-bit levels: 0.12 %
 
     // Grey spreads to three equal channels.
     CImageDataInfo grey;
