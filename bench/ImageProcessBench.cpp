@@ -1,5 +1,5 @@
-// The pixel library on a 24 MP photo: copies, curves, resizes and display conversion, each beside a
-// memcpy of the same bytes measured in the same run.
+// The pixel library on a 24 MP photo: copies, curves, resizes, display conversion and raw development,
+// each beside a memcpy of the same bytes measured in the same run.
 #include "bench/BenchUtil.h"
 #include "common/testing/VectorRegisters.h"
 #include "imageprocess/ImageProcess.h"
@@ -116,8 +116,41 @@ void BM_DisplayConversion(benchmark::State& state) {
     kel_bench::ReportThroughput(state, static_cast<long>(w) * h, display.size());
 }
 
+// Raw development of 24 MP linear camera data: white balance, clipping and a full 3 x 3 camera matrix,
+// in place (the work is the same whatever the values, so one image serves every iteration).
+void BM_RawDevelop(benchmark::State& state) {
+    CImageDataInfo work = Photo(2);
+    RAW_CONVERSION raw;
+    raw.valid = 1;
+    raw.cameraMultipliers[0] = 2.1f;
+    raw.cameraMultipliers[2] = 1.4f;
+    const float m[3][3] = {{1.7f, -0.5f, -0.2f}, {-0.2f, 1.5f, -0.3f}, {0.0f, -0.6f, 1.6f}};
+    std::memcpy(raw.cameraToSRGB, m, sizeof m);
+    double exposure = 0;
+    for (auto _ : state) {
+        ConvertCameraRawToWorkingProfile16Bit(work, raw, RAW_CLIP_HIGHLIGHTS, exposure);
+        benchmark::ClobberMemory();
+    }
+    kel_bench::ReportThroughput(state, kel_bench::k24MP, ImageBytes(work));
+}
+
+// An 8-bit sRGB photo to the linear 16-bit working form; the copy of the input is not timed.
+void BM_FakeRaw(benchmark::State& state) {
+    CImageDataInfo work;
+    for (auto _ : state) {
+        state.PauseTiming();
+        work = Photo(1);
+        state.ResumeTiming();
+        ConvertImageToFakeRaw(work, ColorProfile::GetSRGBProfile());
+        benchmark::ClobberMemory();
+    }
+    kel_bench::ReportThroughput(state, kel_bench::k24MP, ImageBytes(Photo(1)));
+}
+
 } // namespace
 
+BENCHMARK(BM_RawDevelop)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_FakeRaw)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_CopyImage)->ArgName("depth")->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_ApplyCurveToImage)
     ->ArgName("depth")

@@ -43,6 +43,25 @@ bool LooksLikeCameraRaw(const unsigned char* d, size_t n) {
     return false;
 }
 
+bool IsDng(const unsigned char* d, size_t n) {
+    if (n < 8 || !(std::memcmp(d, "II*\0", 4) == 0 || std::memcmp(d, "MM\0*", 4) == 0))
+        return false;
+    const bool le = d[0] == 'I';
+    auto u16 = [&](size_t at) { return le ? d[at] | d[at + 1] << 8 : d[at] << 8 | d[at + 1]; };
+    auto u32 = [&](size_t at) {
+        return le ? uint32_t(u16(at)) | uint32_t(u16(at + 2)) << 16
+                  : uint32_t(u16(at)) << 16 | uint32_t(u16(at + 2));
+    };
+    const size_t ifd = u32(4);
+    if (ifd > n - 2)
+        return false;
+    const size_t count = static_cast<size_t>(u16(ifd));
+    for (size_t i = 0; i < count && ifd + 2 + 12 * (i + 1) <= n; ++i)
+        if (u16(ifd + 2 + 12 * i) == 50706) // DNGVersion
+            return true;
+    return false;
+}
+
 void SetResolution(FILEINFO& info, double perUnit, UNIT_LENGTH unit) {
     if (!(perUnit > 0) || perUnit > 1e6)
         return;

@@ -20,6 +20,8 @@ int CheckImageSize(long long width, long long height);
 IMAGE_FORMAT DetectFormat(const unsigned char* data, size_t size);
 // Camera raw containers that do not start like TIFF (by signature only).
 bool LooksLikeCameraRaw(const unsigned char* data, size_t size);
+// A classic TIFF whose first directory carries the DNG version tag.
+bool IsDng(const unsigned char* data, size_t size);
 
 // Header information: format, stored size, channels, bit depth, alpha, resolution, ICC profile.
 int JpegReadInfo(const unsigned char* data, size_t size, FILEINFO& info);
@@ -36,6 +38,21 @@ int BmpDecode(const unsigned char* data, size_t size, CImageDataInfo& image);
 int WebpDecode(const unsigned char* data, size_t size, CImageDataInfo& image);
 // True for a lossless (VP8L) WebP stream.
 bool WebpIsLossless(const unsigned char* data, size_t size);
+
+// Camera raw through LibRaw. ERR_CAMERA_RAW when LibRaw cannot open the data. Info fills the stored
+// size, the orientation, make and model.
+int RawReadInfo(const unsigned char* data, size_t size, FILEINFO& info);
+enum class RawOutput {
+    Developed, // camera white balance, sRGB, 16 bit
+    Preview,   // as Developed at half size, for thumbnails of files without a preview
+    Linear,    // camera RGB as described by ImageProcess::RAW_CONVERSION, which `raw` receives
+};
+// B, G, R, 16 bit, as stored (no orientation applied).
+int RawDecode(const unsigned char* data, size_t size, CImageDataInfo& image, RawOutput output,
+              ImageProcess::RAW_CONVERSION* raw = nullptr);
+// The largest embedded preview: its JPEG stream in `jpeg`, or, for an uncompressed one, its pixels in
+// `bitmap` (8 bit, B, G, R). ERR_CAMERA_RAW when there is none.
+int RawReadPreview(const unsigned char* data, size_t size, Bytes& jpeg, CImageDataInfo& bitmap);
 
 // `icc` empty: no profile embedded. Images of 16 bits are reduced where the format needs 8.
 int JpegEncode(const CImageDataInfo& image, const SAVEFILE_OPTIONS& options, const Bytes& icc, Bytes& out);

@@ -27,7 +27,7 @@ const char* ErrorDescription(int code) {
     case ERR_PERMISSION_DENIED:
         return "Permission denied";
     case ERR_CAMERA_RAW:
-        return "Camera raw files cannot be decoded";
+        return "This camera raw file cannot be decoded";
     case ERR_INVALID_ARGUMENT:
         return "Invalid argument";
     case ERR_NOT_A_FILE:
@@ -42,6 +42,46 @@ const char* ErrorDescription(int code) {
         return "The file library is not initialised";
     default:
         return "Unknown error";
+    }
+}
+
+std::string GetFileErrorMsg(int code, int isLoad) {
+    const bool load = isLoad != 0;
+    switch (code) {
+    case ERR_OK:
+        return {};
+    case ERR_FILE_NOT_FOUND:
+        return "IDS_MSG_FILE_NOT_FOUND";
+    case ERR_READ_FAILED:
+        return "IDS_MSG_FILE_READ_FAILED";
+    case ERR_UNSUPPORTED_FORMAT:
+        return "IDS_MSG_FILE_FORMAT_NOT_SUPPORTED";
+    case ERR_CORRUPT_DATA:
+        return "IDS_MSG_FILE_DATA_CORRUPT";
+    case ERR_TOO_LARGE:
+        return "IDS_MSG_IMAGE_TOO_LARGE";
+    case ERR_OUT_OF_MEMORY:
+        return "IDS_MSG_NOT_ENOUGH_MEMORY";
+    case ERR_WRITE_FAILED:
+        return "IDS_MSG_FILE_WRITE_FAILED";
+    case ERR_DISK_FULL:
+        return "IDS_MSG_DISK_FULL";
+    case ERR_PERMISSION_DENIED:
+        return load ? "IDS_MSG_FILE_READ_DENIED" : "IDS_MSG_FILE_WRITE_DENIED";
+    case ERR_CAMERA_RAW:
+        return "IDS_MSG_CAMERA_RAW_NOT_SUPPORTED";
+    case ERR_INVALID_ARGUMENT:
+        return load ? "IDS_MSG_FILE_LOAD_FAILED" : "IDS_MSG_FILE_SAVE_FAILED";
+    case ERR_NOT_A_FILE:
+        return "IDS_MSG_NOT_A_FILE";
+    case ERR_EMPTY_FILE:
+        return "IDS_MSG_FILE_EMPTY";
+    case ERR_NOT_MCU_ALIGNED:
+        return "IDS_MSG_JPEG_NOT_MCU_ALIGNED";
+    case ERR_METADATA:
+        return load ? "IDS_MSG_METADATA_READ_FAILED" : "IDS_MSG_METADATA_WRITE_FAILED";
+    default: // ERR_NOT_INITIALIZED is a fault of the program, not of the file
+        return "IDS_MSG_UNKNOWN_ERROR";
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 // Error codes of the file library. Every entry point returns 0 on success or one of these; the
 // batch maps them to dictionary texts, and ErrorDescription gives the English text for logs.
+#include <string>
 
 namespace ImageFile {
 
@@ -15,7 +16,7 @@ enum ERROR_CODE : int {
     ERR_WRITE_FAILED = 7,      // the target could not be written (other than the reasons below)
     ERR_DISK_FULL = 8,         // no space left, or the file size limit was reached
     ERR_PERMISSION_DENIED = 9, // reading or writing is not permitted
-    ERR_CAMERA_RAW = 10,       // camera raw files are recognised but not decoded
+    ERR_CAMERA_RAW = 10,       // a camera raw file the raw decoder cannot open
     ERR_INVALID_ARGUMENT = 11, // an empty path, an invalid image, a mode out of range
     ERR_NOT_A_FILE = 12,       // the path names a directory or a device
     ERR_EMPTY_FILE = 13,       // the file holds no bytes
@@ -26,6 +27,10 @@ enum ERROR_CODE : int {
 
 // English description of a code; "Unknown error" for values outside the list.
 const char* ErrorDescription(int code);
+
+// The dictionary key of the text that explains a code to the user, for a load (isLoad non-zero) or a
+// save, transform or metadata edit; empty for ERR_OK. Unknown codes give the unknown-error text.
+std::string GetFileErrorMsg(int code, int isLoad);
 
 // Maps an errno value of a failed read or write to a code.
 int ErrorFromErrno(int err, bool writing);

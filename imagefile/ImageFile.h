@@ -43,7 +43,13 @@ int GetCapTimeFromFileInfo(const FILEINFO& info, METADATA_CAPTIME& capTime);
 // loads as 4 channels. `info` is filled as GetImageFileInfo does.
 int LoadFile(FILEINFO& info, CImageDataInfo& image, const std::filesystem::path& path,
              RGB_ORDER order = RGB_ORDER_BGR, CImageDataInfo* alpha = nullptr);
-// As LoadFile; a later raw decoder delivers the sensor side data here. Raw files are refused now.
+// A camera raw file is developed with the camera's white balance into 16-bit sRGB; one the raw
+// decoder cannot open gives ERR_CAMERA_RAW.
+//
+// LoadFileX is LoadFile, except that a camera raw file arrives undeveloped: linear camera RGB, 16
+// bit, black subtracted and scaled to the sensor's white, no white balance, oriented and in the
+// requested channel order, with what developing it needs in info.rawConversion (see
+// ImageProcess::ConvertCameraRawToWorkingProfile16Bit).
 int LoadFileX(FILEINFO& info, CImageDataInfo& image, const std::filesystem::path& path,
               RGB_ORDER order = RGB_ORDER_BGR, CImageDataInfo* alpha = nullptr);
 int LoadFromMemory(FILEINFO& info, CImageDataInfo& image, const unsigned char* data, size_t size,
@@ -51,7 +57,8 @@ int LoadFromMemory(FILEINFO& info, CImageDataInfo& image, const unsigned char* d
 
 // A thumbnail that fits in maxSize x maxSize (aspect kept, upright, 8-bit, 3 or 1 channels): the
 // EXIF thumbnail when its longer side reaches maxSize, else a DCT-scaled JPEG decode, else a full
-// decode, reduced by area averaging. With `fullDecode` the embedded thumbnail is never used.
+// decode, reduced by area averaging. With `fullDecode` the embedded thumbnail is never used. A camera
+// raw file gives its largest embedded preview, or without one a half-size development.
 int LoadFileThumbnail(FILEINFO& info, CImageDataInfo& image, const std::filesystem::path& path,
                       RGB_ORDER order, int maxSize, bool fullDecode = false);
 
@@ -63,6 +70,8 @@ int ReadFileMetadata(const std::filesystem::path& path, FILEMETADATA& metadata);
 // minus the removed categories; the orientation is written as 1 and the EXIF thumbnail dropped.
 int SaveFile(const CImageDataInfo& image, const FILEMETADATA& metadata, const SAVEFILE_OPTIONS& options,
              const std::filesystem::path& path, const std::filesystem::path& source = {});
+// A plain PNG of `image` (16 bit kept, no metadata, no profile), replacing `path` atomically.
+int SaveToPNGFile(const CImageDataInfo& image, const std::filesystem::path& path);
 // The encoding step alone, into memory (no metadata besides the profile and resolution).
 int EncodeImage(const CImageDataInfo& image, const SAVEFILE_OPTIONS& options,
                 std::vector<unsigned char>& out);

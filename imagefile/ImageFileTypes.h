@@ -2,6 +2,7 @@
 // Records shared between the file library and its callers: file information, capture time, save
 // options, carried metadata, format identifiers and the constants the batch starts from.
 #include "imageprocess/ColorProfile.h"
+#include "imageprocess/RawConvert.h"
 
 #include <cstdint>
 #include <ctime>
@@ -119,6 +120,10 @@ struct FILEINFO {
     uint64_t fileSize = 0;
     std::string cameraMake;
     std::string cameraModel;
+    // Filled by LoadFileX for a camera raw file: what turning its linear camera pixels into the
+    // working colour space needs (ImageProcess::ConvertCameraRawToWorkingProfile16Bit). Not valid
+    // otherwise.
+    ImageProcess::RAW_CONVERSION rawConversion;
 };
 
 // Metadata to write with a saved image: the serialised blocks of a file (see ReadFileMetadata).

@@ -144,6 +144,23 @@ int DecodeJpegThumbnail(const Bytes& jpeg, CImageDataInfo& image, int maxSize) {
     return detail::JpegDecode(jpeg.data(), jpeg.size(), image, ThumbnailScale(w, h, maxSize));
 }
 
+// A raw file's largest embedded preview, else a half-size development of the sensor data.
+int RawThumbnail(const Bytes& bytes, CImageDataInfo& image, int maxSize, bool fullDecode) {
+    if (!fullDecode) {
+        Bytes jpeg;
+        if (detail::ReadLargestPreview(bytes.data(), bytes.size(), jpeg) &&
+            DecodeJpegThumbnail(jpeg, image, maxSize) == ERR_OK)
+            return ERR_OK;
+        jpeg.clear();
+        const int rc = detail::RawReadPreview(bytes.data(), bytes.size(), jpeg, image);
+        if (rc == ERR_OK && (jpeg.empty() || DecodeJpegThumbnail(jpeg, image, maxSize) == ERR_OK))
+            return ERR_OK;
+        if (rc == ERR_TOO_LARGE || rc == ERR_OUT_OF_MEMORY)
+            return rc;
+    }
+    return detail::RawDecode(bytes.data(), bytes.size(), image, detail::RawOutput::Preview);
+}
+
 } // namespace
 
 bool IsCameraRawExtension(const std::string& extIn) {
@@ -173,7 +190,11 @@ int GetImageFileFormatExtensions(std::vector<std::string>& list, unsigned typeMa
         {FILE_TYPE_CAMERA_RAW, ".nrw"}, {FILE_TYPE_CAMERA_RAW, ".orf"}, {FILE_TYPE_CAMERA_RAW, ".pef"},
         {FILE_TYPE_CAMERA_RAW, ".raf"}, {FILE_TYPE_CAMERA_RAW, ".raw"}, {FILE_TYPE_CAMERA_RAW, ".rw2"},
         {FILE_TYPE_CAMERA_RAW, ".rwl"}, {FILE_TYPE_CAMERA_RAW, ".sr2"}, {FILE_TYPE_CAMERA_RAW, ".srf"},
-        {FILE_TYPE_CAMERA_RAW, ".srw"}, {FILE_TYPE_CAMERA_RAW, ".x3f"},
+        {FILE_TYPE_CAMERA_RAW, ".srw"}, {FILE_TYPE_CAMERA_RAW, ".x3f"}, {FILE_TYPE_CAMERA_RAW, ".ari"},
+        {FILE_TYPE_CAMERA_RAW, ".bay"}, {FILE_TYPE_CAMERA_RAW, ".cap"}, {FILE_TYPE_CAMERA_RAW, ".dcs"},
+        {FILE_TYPE_CAMERA_RAW, ".fff"}, {FILE_TYPE_CAMERA_RAW, ".gpr"}, {FILE_TYPE_CAMERA_RAW, ".k25"},
+        {FILE_TYPE_CAMERA_RAW, ".mdc"}, {FILE_TYPE_CAMERA_RAW, ".mfw"}, {FILE_TYPE_CAMERA_RAW, ".ptx"},
+        {FILE_TYPE_CAMERA_RAW, ".rwz"},
     };
     int added = 0;
     for (const Entry& e : kEntries) {
@@ -190,17 +211,24 @@ int GetImageInfoFromMemory(FILEINFO& info, const unsigned char* data, size_t siz
     if (!data || size == 0)
         return ERR_EMPTY_FILE;
     IMAGE_FORMAT format = detail::DetectFormat(data, size);
-    // Raw files built on TIFF are told apart by their name.
-    if (format == IMAGE_FORMAT_TIFF && IsTiffBasedRaw(info.path))
+    // Raw files built on TIFF are told apart by their name, DNG also by its own tag.
+    if (format == IMAGE_FORMAT_TIFF && (IsTiffBasedRaw(info.path) || detail::IsDng(data, size)))
         format = IMAGE_FORMAT_CAMERA_RAW;
     if (format == IMAGE_FORMAT_UNKNOWN)
         return ERR_UNSUPPORTED_FORMAT;
     int rc = ERR_OK;
+    bool rawOpened = false;
     if (format == IMAGE_FORMAT_CAMERA_RAW) {
         info.format = IMAGE_FORMAT_CAMERA_RAW;
         info.isCameraRaw = 1;
         info.channels = 3;
         info.bitDepth = 16;
+        // A raw file the decoder cannot open is still reported as one (loading it is refused); a
+        // size beyond the limits is an error now, as for every other format.
+        const int rr = detail::RawReadInfo(data, size, info);
+        if (rr == ERR_TOO_LARGE || rr == ERR_OUT_OF_MEMORY)
+            return rr;
+        rawOpened = rr == ERR_OK;
     } else {
         rc = ReadCodecInfo(format, data, size, info);
         if (rc != ERR_OK)
@@ -211,6 +239,9 @@ int GetImageInfoFromMemory(FILEINFO& info, const unsigned char* data, size_t siz
         detail::ReadMetadataInfo(data, size, info); // metadata is optional: a failure is not an error
         // TIFF files carry the orientation in the image directory; it wins over an XMP copy.
         if (format == IMAGE_FORMAT_TIFF && orientation != 1)
+            info.orientation = orientation;
+        // The raw decoder knows the orientation of the sensor data, EXIF or not.
+        if (rawOpened)
             info.orientation = orientation;
     }
     const bool swap = info.orientation >= 5 && info.orientation <= 8;
@@ -258,19 +289,34 @@ int GetCapTimeFromFileInfo(const FILEINFO& info, METADATA_CAPTIME& capTime) {
                        tm.tm_sec);
 }
 
-int LoadFromMemory(FILEINFO& info, CImageDataInfo& image, const unsigned char* data, size_t size,
-                   RGB_ORDER order, CImageDataInfo* alpha) {
+namespace {
+
+// The shared load: a raw file is developed, or with `keepRaw`, delivered as linear camera data
+// with its conversion record.
+int LoadMemory(FILEINFO& info, CImageDataInfo& image, const unsigned char* data, size_t size, RGB_ORDER order,
+               CImageDataInfo* alpha, bool keepRaw) {
     if (const int rc = GetImageInfoFromMemory(info, data, size); rc != ERR_OK)
         return rc;
-    if (info.isCameraRaw)
-        return ERR_CAMERA_RAW;
+    if (info.isCameraRaw) {
+        ImageProcess::RAW_CONVERSION raw;
+        const detail::RawOutput output = keepRaw ? detail::RawOutput::Linear : detail::RawOutput::Developed;
+        if (const int rc = detail::RawDecode(data, size, image, output, keepRaw ? &raw : nullptr);
+            rc != ERR_OK)
+            return rc;
+        if (const int rc = FinishLoad(info, image, order, alpha); rc != ERR_OK)
+            return rc;
+        raw.redFirst = order == RGB_ORDER_RGB;
+        if (keepRaw)
+            info.rawConversion = raw;
+        return ERR_OK;
+    }
     if (const int rc = DecodeStored(info.format, data, size, image); rc != ERR_OK)
         return rc;
     return FinishLoad(info, image, order, alpha);
 }
 
-int LoadFile(FILEINFO& info, CImageDataInfo& image, const std::filesystem::path& path, RGB_ORDER order,
-             CImageDataInfo* alpha) {
+int LoadPath(FILEINFO& info, CImageDataInfo& image, const std::filesystem::path& path, RGB_ORDER order,
+             CImageDataInfo* alpha, bool keepRaw) {
     info.path = path;
     detail::FileStat st;
     if (const int rc = detail::StatFile(path, st); rc != ERR_OK)
@@ -280,12 +326,24 @@ int LoadFile(FILEINFO& info, CImageDataInfo& image, const std::filesystem::path&
     Bytes bytes;
     if (const int rc = detail::ReadFileBytes(path, bytes); rc != ERR_OK)
         return rc;
-    return LoadFromMemory(info, image, bytes.data(), bytes.size(), order, alpha);
+    return LoadMemory(info, image, bytes.data(), bytes.size(), order, alpha, keepRaw);
+}
+
+} // namespace
+
+int LoadFromMemory(FILEINFO& info, CImageDataInfo& image, const unsigned char* data, size_t size,
+                   RGB_ORDER order, CImageDataInfo* alpha) {
+    return LoadMemory(info, image, data, size, order, alpha, false);
+}
+
+int LoadFile(FILEINFO& info, CImageDataInfo& image, const std::filesystem::path& path, RGB_ORDER order,
+             CImageDataInfo* alpha) {
+    return LoadPath(info, image, path, order, alpha, false);
 }
 
 int LoadFileX(FILEINFO& info, CImageDataInfo& image, const std::filesystem::path& path, RGB_ORDER order,
               CImageDataInfo* alpha) {
-    return LoadFile(info, image, path, order, alpha);
+    return LoadPath(info, image, path, order, alpha, true);
 }
 
 int LoadFileThumbnail(FILEINFO& info, CImageDataInfo& image, const std::filesystem::path& path,
@@ -323,10 +381,7 @@ int LoadFileThumbnail(FILEINFO& info, CImageDataInfo& image, const std::filesyst
             return rr;
     }
     if (!done && info.isCameraRaw) {
-        Bytes preview;
-        if (!detail::ReadLargestPreview(bytes.data(), bytes.size(), preview))
-            return ERR_CAMERA_RAW;
-        if (const int rr = DecodeJpegThumbnail(preview, image, maxSize); rr != ERR_OK)
+        if (const int rr = RawThumbnail(bytes, image, maxSize, fullDecode); rr != ERR_OK)
             return rr;
         done = true;
     }

@@ -102,4 +102,18 @@ int SaveFile(const CImageDataInfo& image, const FILEMETADATA& metadata, const SA
     return AtomicFileWriter::WriteFile(path, encoded.data(), encoded.size());
 }
 
+int SaveToPNGFile(const CImageDataInfo& image, const std::filesystem::path& path) {
+    if (path.empty())
+        return ERR_INVALID_ARGUMENT;
+    SAVEFILE_OPTIONS options;
+    options.format = CONTAINER_FORMAT_PNG;
+    options.bit16 = image.depth == 2;
+    options.embedProfile = false;
+    options.keepSourceMetadata = false;
+    Bytes encoded;
+    if (const int rc = EncodeImage(image, options, encoded); rc != ERR_OK)
+        return rc;
+    return AtomicFileWriter::WriteFile(path, encoded.data(), encoded.size());
+}
+
 } // namespace ImageFile

@@ -174,5 +174,6 @@ bool CalcHistogram(const CImageDataInfo& image, HISTOGRAM& histogram, const IntR
 #include "imageprocess/LensCorrect.h"
 #include "imageprocess/Liquify.h"
 #include "imageprocess/Polygon.h"
+#include "imageprocess/RawConvert.h"
 #include "imageprocess/Redeye.h"
 #include "imageprocess/RotateAngle.h"

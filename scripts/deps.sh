@@ -6,7 +6,7 @@ PACKAGES=(
   g++ cmake ninja-build pkg-config
   qt6-base-dev qt6-svg-dev libgl-dev
   libtinyxml-dev libturbojpeg0-dev libjpeg62-turbo-dev libpng-dev libtiff-dev libwebp-dev
-  libexiv2-dev liblcms2-dev libx11-dev
+  libexiv2-dev liblcms2-dev libx11-dev libraw-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth xdotool imagemagick x11-utils
 )
