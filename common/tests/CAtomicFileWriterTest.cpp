@@ -2,16 +2,15 @@
 // behind or changes the file's mode.
 #include "common/CAtomicFileWriter.h"
 #include "common/AtomicFileWrite.h"
+#include "common/testing/FullDisk.h"
 #include "common/testing/TempFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -74,18 +73,15 @@ TEST(AtomicFileWriter, AbandonedOrFailedWritesLeaveTheOldFileAndNoTemporary) {
     EXPECT_EQ(dir.Entries().size(), 1u);
 
     // The disk fills half way: the file size limit fails the write as a full disk would.
-    rlimit old{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
-    auto* oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit small = old;
-    small.rlim_cur = 4096;
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
     const std::string big(64 * 1024, 'z');
     CAtomicFileWriter writer(target);
-    const int opened = writer.Open();
-    const int written = opened ? writer.Write(big.data(), big.size()) : 0;
-    ::setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
+    int opened = -1, written = -1;
+    {
+        const auto full = kel_testing::FullDisk::FileSizeLimit(4096);
+        ASSERT_TRUE(full.Active());
+        opened = writer.Open();
+        written = opened ? writer.Write(big.data(), big.size()) : 0;
+    }
     EXPECT_EQ(opened, 1);
     EXPECT_EQ(written, 0);
     EXPECT_EQ(writer.Error(), EFBIG);
