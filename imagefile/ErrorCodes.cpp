@@ -45,6 +45,10 @@ const char* ErrorDescription(int code) {
     }
 }
 
+int ErrorFromWriterErrno(int err) {
+    return err == EINVAL || err == EBADF ? ERR_INVALID_ARGUMENT : ErrorFromErrno(err, true);
+}
+
 int ErrorFromErrno(int err, bool writing) {
     switch (err) {
     case ENOENT:

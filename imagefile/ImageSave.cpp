@@ -1,5 +1,5 @@
 // Encoding and atomic saving.
-#include "imagefile/AtomicFileWriter.h"
+#include "common/CAtomicFileWriter.h"
 #include "imagefile/Codecs.h"
 #include "imagefile/FileBytes.h"
 #include "imagefile/ImageFile.h"
@@ -99,7 +99,10 @@ int SaveFile(const CImageDataInfo& image, const FILEMETADATA& metadata, const SA
                 return rc;
         }
     }
-    return AtomicFileWriter::WriteFile(path, encoded.data(), encoded.size());
+    int err = 0;
+    return KELCTRL::CAtomicFileWriter::WriteWhole(path, encoded.data(), encoded.size(), &err)
+               ? ERR_OK
+               : ErrorFromWriterErrno(err);
 }
 
 } // namespace ImageFile

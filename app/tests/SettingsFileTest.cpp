@@ -2,8 +2,8 @@
 // partial values, a window placed off every screen, a key that does not survive save and read, and a
 // failed write that damages the old file.
 #include "app/CAppSettings.h"
-#include "common/AtomicFileWrite.h"
 #include "common/CXmlSettingsFile.h"
+#include "common/FileUtil.h"
 #include "common/XmlValues.h"
 #include "common/testing/FullDisk.h"
 

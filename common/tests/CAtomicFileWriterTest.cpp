@@ -1,7 +1,6 @@
 // Guards against a failed or abandoned write that truncates the user's file, leaves a temporary
 // behind or changes the file's mode.
 #include "common/CAtomicFileWriter.h"
-#include "common/AtomicFileWrite.h"
 #include "common/testing/FullDisk.h"
 #include "common/testing/TempFolder.h"
 
@@ -38,7 +37,7 @@ TEST(AtomicFileWriter, ReplacesWholeKeepsTheModeAndTrimsTheReservation) {
     TempFolder dir("kel_atomic");
     ASSERT_FALSE(dir.path().empty());
     const fs::path target = dir.path() / "photo.jpg";
-    ASSERT_EQ(WriteFileAtomically(target, "old content"), 1);
+    ASSERT_EQ(CAtomicFileWriter::WriteWhole(target, "old content"), 1);
     ASSERT_EQ(::chmod(target.c_str(), 0600), 0);
 
     CAtomicFileWriter writer(target);
@@ -54,7 +53,7 @@ TEST(AtomicFileWriter, ReplacesWholeKeepsTheModeAndTrimsTheReservation) {
     // A new file gets what any program's new file gets.
     const mode_t mask = ::umask(0);
     ::umask(mask);
-    ASSERT_EQ(WriteFileAtomically(dir.path() / "new.txt", "x"), 1);
+    ASSERT_EQ(CAtomicFileWriter::WriteWhole(dir.path() / "new.txt", "x"), 1);
     EXPECT_EQ(ModeOf(dir.path() / "new.txt"), 0666u & ~mask);
 }
 
@@ -62,7 +61,7 @@ TEST(AtomicFileWriter, AbandonedOrFailedWritesLeaveTheOldFileAndNoTemporary) {
     TempFolder dir("kel_atomic");
     ASSERT_FALSE(dir.path().empty());
     const fs::path target = dir.path() / "settings.xml";
-    ASSERT_EQ(WriteFileAtomically(target, "keep me"), 1);
+    ASSERT_EQ(CAtomicFileWriter::WriteWhole(target, "keep me"), 1);
     {
         CAtomicFileWriter writer(target);
         ASSERT_EQ(writer.Open(), 1);
@@ -90,9 +89,9 @@ TEST(AtomicFileWriter, AbandonedOrFailedWritesLeaveTheOldFileAndNoTemporary) {
     EXPECT_EQ(dir.Entries().size(), 1u);
 
     std::string error;
-    EXPECT_EQ(WriteFileAtomically(dir.path(), "x", &error), 0); // a folder is no file
+    EXPECT_EQ(CAtomicFileWriter::WriteWhole(dir.path(), "x", &error), 0); // a folder is no file
     EXPECT_NE(error.find(std::strerror(EISDIR)), std::string::npos) << error;
-    EXPECT_EQ(WriteFileAtomically(dir.path() / "missing" / "f", "x", &error), 0);
+    EXPECT_EQ(CAtomicFileWriter::WriteWhole(dir.path() / "missing" / "f", "x", &error), 0);
     EXPECT_NE(error.find(std::strerror(ENOENT)), std::string::npos) << error;
     EXPECT_EQ(dir.Entries().size(), 1u);
 }
