@@ -1,4 +1,5 @@
-// Guards against lost wake-ups, out-of-order or wrongly filtered messages and threads that never stop.
+// Guards against lost wake-ups (one waiter woken where all must be), out-of-order or wrongly filtered
+// messages, locks that do not exclude, torn shared values and threads that never stop.
 #include "common/event_signal.h"
 #include "common/life_lock.h"
 #include "common/message_queue.h"
