@@ -2,7 +2,6 @@
 
 #include "app/CrashHandler.h"
 #include "common/AppFolders.h"
-#include "common/AtomicFileWrite.h"
 #include "common/CXmlSettingsFile.h"
 #include "common/DebugTrace.h"
 #include "common/FileUtil.h"

@@ -13,10 +13,13 @@ endforeach()
 
 if(KEL_QT_MODULES)
   add_library(KelCtrl SHARED)
+  # The folders' objects and link needs go in privately; what a host needs is named once here, so that
+  # the installed package does not have to describe the folder targets.
   foreach(_n IN LISTS KEL_QT_MODULES)
     target_sources(KelCtrl PRIVATE $<TARGET_OBJECTS:kel_${_n}>)
-    target_link_libraries(KelCtrl PUBLIC kel_${_n})
+    target_link_libraries(KelCtrl PRIVATE kel_${_n})
   endforeach()
+  target_link_libraries(KelCtrl PUBLIC imagefile imageprocess kel_common Qt6::Widgets Qt6::Network)
   set_target_properties(KelCtrl PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
 
   # Each module's tests link the whole library, as a host would.

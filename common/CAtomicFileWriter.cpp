@@ -1,6 +1,7 @@
 #include "common/CAtomicFileWriter.h"
 
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
@@ -106,6 +107,26 @@ void CAtomicFileWriter::Abort() {
         ::unlink(m_temp.c_str());
         m_temp.clear();
     }
+}
+
+int CAtomicFileWriter::WriteWhole(const std::filesystem::path& target, const void* data, size_t size,
+                                  int* err) {
+    CAtomicFileWriter writer(target);
+    if (writer.Open(size) && writer.Write(data, size) && writer.Commit())
+        return 1;
+    if (err)
+        *err = writer.Error();
+    return 0;
+}
+
+int CAtomicFileWriter::WriteWhole(const std::filesystem::path& target, std::string_view bytes,
+                                  std::string* message) {
+    int err = 0;
+    if (WriteWhole(target, bytes.data(), bytes.size(), &err))
+        return 1;
+    if (message)
+        *message = "Cannot write \"" + target.string() + "\": " + std::strerror(err);
+    return 0;
 }
 
 } // namespace KELCTRL

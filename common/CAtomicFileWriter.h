@@ -4,6 +4,8 @@
 // truncated file or a temporary behind and the old file stays as it was.
 #include <cstddef>
 #include <filesystem>
+#include <string>
+#include <string_view>
 
 namespace KELCTRL {
 
@@ -25,6 +27,14 @@ public:
     // the rename durable.
     int Commit();
     void Abort();
+
+    // The whole sequence for bytes already in memory. Returns 1 on success, 0 on failure with the
+    // errno in *err when given.
+    static int WriteWhole(const std::filesystem::path& target, const void* data, size_t size,
+                          int* err = nullptr);
+    // The same, with a readable reason ("Cannot write "<path>": <why>") in *message on failure.
+    static int WriteWhole(const std::filesystem::path& target, std::string_view bytes,
+                          std::string* message = nullptr);
 
     // The errno of the step that failed; 0 before any failure.
     int Error() const { return m_error; }

@@ -16,6 +16,11 @@ public:
 
     static constexpr long long kThresholdMs = 10;
 
+    // The clock every timer reads; nullptr restores the steady clock. Lets tests decide how long a
+    // call "took" instead of sleeping and hoping the machine keeps up.
+    using Clock = std::chrono::steady_clock::time_point (*)();
+    static void SetClock(Clock clock);
+
 private:
     std::chrono::steady_clock::time_point m_start;
     std::string m_tag;

@@ -1,6 +1,7 @@
 #include "common/CXmlSettingsFile.h"
 
-#include "common/AtomicFileWrite.h"
+#include "common/CAtomicFileWriter.h"
+#include "common/FileUtil.h"
 
 #include <cstdint>
 #include <cstring>
@@ -169,7 +170,7 @@ int CXmlSettingsFile::Save(const std::filesystem::path& path, int /*form*/) {
         return 0;
     }
     m_error.clear();
-    return WriteFileAtomically(path, Print(), &m_error);
+    return CAtomicFileWriter::WriteWhole(path, Print(), &m_error);
 }
 
 } // namespace KELCTRL

@@ -1,5 +1,7 @@
 #include "common/FileUtil.h"
 
+#include "common/CAtomicFileWriter.h"
+
 #include <fcntl.h>
 #include <fnmatch.h>
 #include <pwd.h>
@@ -8,6 +10,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fstream>
 #include <random>
 #include <vector>
 
@@ -159,6 +162,36 @@ int DeleteFolderContent(const fs::path& folder) {
             all = false;
     }
     return all ? 1 : 0;
+}
+
+int ReadSmallFile(const fs::path& path, std::string& bytes, std::uintmax_t maxBytes) {
+    std::error_code ec;
+    if (!fs::is_regular_file(path, ec))
+        return 0;
+    const std::uintmax_t size = fs::file_size(path, ec);
+    if (ec || size > maxBytes)
+        return 0;
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return 0;
+    std::string data(static_cast<size_t>(size), '\0');
+    in.read(data.data(), static_cast<std::streamsize>(data.size()));
+    if (in.bad())
+        return 0;
+    data.resize(static_cast<size_t>(in.gcount()));
+    bytes.swap(data);
+    return 1;
+}
+
+int CopyFileAtomically(const fs::path& source, const fs::path& target, std::uintmax_t maxBytes,
+                       std::string* error) {
+    std::string bytes;
+    if (!ReadSmallFile(source, bytes, maxBytes)) {
+        if (error)
+            *error = "Cannot read \"" + source.string() + "\"";
+        return 0;
+    }
+    return CAtomicFileWriter::WriteWhole(target, bytes, error);
 }
 
 } // namespace KELCTRL

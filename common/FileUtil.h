@@ -29,5 +29,12 @@ fs::path MakeTempFileName(const fs::path& folder, const std::string& extension =
 int CopyFileChunked(const fs::path& source, const fs::path& target);
 // Deletes everything inside a folder, keeping the folder. Returns 1 when all of it went.
 int DeleteFolderContent(const fs::path& folder);
+// Reads a regular file of at most maxBytes whole. Returns 1 on success, 0 when the file is missing,
+// not a regular file, unreadable or larger than maxBytes.
+int ReadSmallFile(const fs::path& path, std::string& bytes, std::uintmax_t maxBytes);
+// Copies `source` over `target` through a temporary beside it (CAtomicFileWriter). Returns 0 and
+// changes nothing when the source cannot be read whole; a readable reason goes to *error.
+int CopyFileAtomically(const fs::path& source, const fs::path& target, std::uintmax_t maxBytes,
+                       std::string* error = nullptr);
 
 } // namespace KELCTRL

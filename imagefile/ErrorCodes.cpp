@@ -85,6 +85,10 @@ std::string GetFileErrorMsg(int code, int isLoad) {
     }
 }
 
+int ErrorFromWriterErrno(int err) {
+    return err == EINVAL || err == EBADF ? ERR_INVALID_ARGUMENT : ErrorFromErrno(err, true);
+}
+
 int ErrorFromErrno(int err, bool writing) {
     switch (err) {
     case ENOENT:

@@ -34,5 +34,8 @@ std::string GetFileErrorMsg(int code, int isLoad);
 
 // Maps an errno value of a failed read or write to a code.
 int ErrorFromErrno(int err, bool writing);
+// Maps the errno of a failed atomic write (KELCTRL::CAtomicFileWriter::Error) to a code: EINVAL and
+// EBADF mean the writer was misused (no file name, a step out of order), not that the disk failed.
+int ErrorFromWriterErrno(int err);
 
 } // namespace ImageFile

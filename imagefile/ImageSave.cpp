@@ -1,5 +1,5 @@
 // Encoding and atomic saving.
-#include "imagefile/AtomicFileWriter.h"
+#include "common/CAtomicFileWriter.h"
 #include "imagefile/Codecs.h"
 #include "imagefile/FileBytes.h"
 #include "imagefile/ImageFile.h"
@@ -41,6 +41,14 @@ Bytes ProfileToEmbed(const CImageDataInfo& image, const SAVEFILE_OPTIONS& option
 bool IsUsableImage(const CImageDataInfo& image) {
     return image.IsValid() && (image.depth == 1 || image.depth == 2) &&
            (image.channels == 1 || image.channels == 3 || image.channels == 4);
+}
+
+// The whole encoded file replaces the target in one rename, or nothing changes.
+int WriteEncoded(const std::filesystem::path& path, const Bytes& encoded) {
+    int err = 0;
+    return KELCTRL::CAtomicFileWriter::WriteWhole(path, encoded.data(), encoded.size(), &err)
+               ? ERR_OK
+               : ErrorFromWriterErrno(err);
 }
 
 } // namespace
@@ -99,7 +107,7 @@ int SaveFile(const CImageDataInfo& image, const FILEMETADATA& metadata, const SA
                 return rc;
         }
     }
-    return AtomicFileWriter::WriteFile(path, encoded.data(), encoded.size());
+    return WriteEncoded(path, encoded);
 }
 
 int SaveToPNGFile(const CImageDataInfo& image, const std::filesystem::path& path) {
@@ -113,7 +121,7 @@ int SaveToPNGFile(const CImageDataInfo& image, const std::filesystem::path& path
     Bytes encoded;
     if (const int rc = EncodeImage(image, options, encoded); rc != ERR_OK)
         return rc;
-    return AtomicFileWriter::WriteFile(path, encoded.data(), encoded.size());
+    return WriteEncoded(path, encoded);
 }
 
 } // namespace ImageFile

@@ -1,5 +1,5 @@
 // Lossless transforms: JPEG in the DCT domain, the lossless formats by decode, remap and re-encode.
-#include "imagefile/AtomicFileWriter.h"
+#include "common/CAtomicFileWriter.h"
 #include "imagefile/Codecs.h"
 #include "imagefile/FileBytes.h"
 #include "imagefile/ImageFile.h"
@@ -128,7 +128,10 @@ int LosslessTransform(const std::filesystem::path& path, int mode, ProgressFunc 
         }
     }
     Report(callback, 2, 3);
-    const int rc = AtomicFileWriter::WriteFile(path, out.data(), out.size());
+    int err = 0;
+    const int rc = KELCTRL::CAtomicFileWriter::WriteWhole(path, out.data(), out.size(), &err)
+                       ? ERR_OK
+                       : ErrorFromWriterErrno(err);
     Report(callback, 3, 3);
     return rc;
 }

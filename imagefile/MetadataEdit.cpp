@@ -1,5 +1,5 @@
 // Metadata edits of existing files, their XML form and the history of values used.
-#include "imagefile/AtomicFileWriter.h"
+#include "common/CAtomicFileWriter.h"
 #include "imagefile/FileBytes.h"
 #include "imagefile/ImageFile.h"
 #include "imagefile/Metadata.h"
@@ -74,19 +74,17 @@ int ModifyFileMetadata(const FILEINFO& infoIn, const MetadataModifications& mods
         rc != ERR_OK)
         return rc;
     Report(callback, 1, 3);
-    AtomicFileWriter writer(path);
-    int rc = writer.Open(file.size());
-    if (rc == ERR_OK)
-        rc = writer.Write(file.data(), file.size());
-    if (rc != ERR_OK)
-        return rc;
+    KELCTRL::CAtomicFileWriter writer(path);
+    if (!writer.Open(file.size()) || !writer.Write(file.data(), file.size()))
+        return ErrorFromWriterErrno(writer.Error());
     Report(callback, 2, 3);
     // Flushed but not yet in place: check the copy on disk before it replaces the file.
-    if ((rc = VerifyCopy(writer.TempPath(), info)) != ERR_OK) {
+    int rc = VerifyCopy(writer.TempPath(), info);
+    if (rc != ERR_OK) {
         writer.Abort();
         return rc;
     }
-    rc = writer.Commit();
+    rc = writer.Commit() ? ERR_OK : ErrorFromWriterErrno(writer.Error());
     Report(callback, 3, 3);
     return rc;
 }

@@ -9,6 +9,7 @@ PACKAGES=(
   libexiv2-dev liblcms2-dev libx11-dev libraw-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth xdotool imagemagick x11-utils
+  locales-all desktop-file-utils
 )
 # Fuzzing and the sanitizer runs want clang as well.
 if [[ "${1:-}" == "--with-clang" ]]; then

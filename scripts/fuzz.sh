@@ -23,11 +23,12 @@ fi
 for t in "${targets[@]}"; do
   [[ -x $t ]] || continue
   name=$(basename "$t")
-  corpus=build-fuzz/corpus/$name
-  mkdir -p "$corpus"
-  seeds=fuzz/seeds/${name#fuzz_}
+  # New inputs go to the build folder; the kept corpus in the repository is only read.
+  found=build-fuzz/corpus/$name
+  mkdir -p "$found"
+  kept=fuzz/corpus/${name#fuzz_}
   extra=()
-  [[ -d $seeds ]] && extra+=("$seeds")
+  [[ -d $kept ]] && extra+=("$kept")
   echo "fuzz: $name for ${SECS}s"
-  "$t" -max_total_time="$SECS" -rss_limit_mb=2048 -print_final_stats=0 "$corpus" "${extra[@]}" 2>&1 | tail -3
+  "$t" -max_total_time="$SECS" -rss_limit_mb=2048 -print_final_stats=0 "$found" "${extra[@]}" 2>&1 | tail -3
 done

@@ -1,6 +1,6 @@
 #include "ui/CImageResources.h"
 
-#include "common/AtomicFileWrite.h"
+#include "common/CAtomicFileWriter.h"
 
 #include <QDir>
 #include <QFile>
@@ -71,8 +71,8 @@ int ResDataToFile(const IMAGE_RES_SOURCE& source, const QString& name, const QSt
         if (!QFileInfo(candidate).isFile() || !file.open(QIODevice::ReadOnly))
             continue;
         const QByteArray bytes = file.readAll();
-        return WriteFileAtomically(path.toStdString(),
-                                   std::string_view(bytes.constData(), size_t(bytes.size())));
+        return CAtomicFileWriter::WriteWhole(path.toStdString(),
+                                             std::string_view(bytes.constData(), size_t(bytes.size())));
     }
     return 0;
 }

@@ -4,14 +4,13 @@
 
 #include "common/CImageDataInfo.h"
 #include "common/CSelectedRegion.h"
+#include "common/testing/FullDisk.h"
 #include "common/testing/TestImages.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -81,15 +80,12 @@ TEST_F(CacheFiles, RegionRulesAndIdZero) {
 TEST_F(CacheFiles, FullDiskFailsCleanlyAndKeepsTheBuffer) {
     CImageDataInfo img;
     ASSERT_TRUE(kel_testing::MakeNoise(img, 512, 512, 4, 1, 9)); // 1 MiB
-    rlimit old{};
-    getrlimit(RLIMIT_FSIZE, &old);
-    auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit small = old;
-    small.rlim_cur = 4096;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const int result = cache.CacheImageToFile(&img);
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
+    int result = -1;
+    {
+        const auto full = kel_testing::FullDisk::FileSizeLimit(4096);
+        ASSERT_TRUE(full.Active());
+        result = cache.CacheImageToFile(&img);
+    }
     EXPECT_EQ(result, 0);
     EXPECT_FALSE(img.data.empty());
     EXPECT_EQ(cache.GetCacheFileSize(CImageCacheFiles::IdOf(&img)), 0u);

@@ -2,18 +2,16 @@
 // partial values, a window placed off every screen, a key that does not survive save and read, and a
 // failed write that damages the old file.
 #include "app/CAppSettings.h"
-#include "common/AtomicFileWrite.h"
 #include "common/CXmlSettingsFile.h"
+#include "common/FileUtil.h"
 #include "common/XmlValues.h"
+#include "common/testing/FullDisk.h"
 
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <tinyxml.h>
 
-#include <csignal>
 #include <fstream>
-#include <sys/mount.h>
-#include <sys/resource.h>
 
 using namespace KELCTRL;
 namespace fs = std::filesystem;
@@ -317,18 +315,12 @@ TEST_F(SettingsFile, FailedWriteToAFullDiskLeavesTheOldFileWholeAndNoTemporaryFi
     const std::string before = ReadAll(path);
     out.Values().disabledPush = std::string(4096, 'x');
 
-    struct sigaction ignore {
-    }, old{};
-    ignore.sa_handler = SIG_IGN;
-    sigaction(SIGXFSZ, &ignore, &old);
-    rlimit saved{};
-    getrlimit(RLIMIT_FSIZE, &saved);
-    rlimit small = saved;
-    small.rlim_cur = 64;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    const int ok = out.SaveSettingFile(QString::fromStdString(path.string()), "Sample", "1.0");
-    setrlimit(RLIMIT_FSIZE, &saved);
-    sigaction(SIGXFSZ, &old, nullptr);
+    int ok = -1;
+    {
+        const auto full = kel_testing::FullDisk::FileSizeLimit(64);
+        ASSERT_TRUE(full.Active());
+        ok = out.SaveSettingFile(QString::fromStdString(path.string()), "Sample", "1.0");
+    }
 
     EXPECT_EQ(ok, 0);
     EXPECT_FALSE(out.LastError().isEmpty());
@@ -338,20 +330,24 @@ TEST_F(SettingsFile, FailedWriteToAFullDiskLeavesTheOldFileWholeAndNoTemporaryFi
 
 TEST_F(SettingsFile, FullTmpfsLeavesTheOldFileWholeAndNoTemporaryFile) {
     const fs::path mountPoint = folder / "small";
-    fs::create_directory(mountPoint);
-    if (::mount("tmpfs", mountPoint.c_str(), "tmpfs", 0, "size=16k") != 0)
-        GTEST_SKIP() << "mounting a tmpfs is not permitted here";
-    const fs::path target = mountPoint / "settings.xml";
-    CAppSettings out(1);
-    out.Values().startTimes = 9;
-    const QString targetPath = QString::fromStdString(target.string());
-    const int first = out.SaveSettingFile(targetPath, "Sample", "1.0");
-    const std::string before = ReadAll(target);
-    out.Values().disabledPush = std::string(64 * 1024, 'y'); // more than the whole disk
-    const int second = out.SaveSettingFile(targetPath, "Sample", "1.0");
-    const std::vector<std::string> left = FilesIn(mountPoint);
-    const std::string after = ReadAll(target);
-    ::umount(mountPoint.c_str());
+    std::vector<std::string> left;
+    std::string before, after;
+    int first = -1, second = -1;
+    {
+        const auto full = kel_testing::FullDisk::Tmpfs(mountPoint, 16 * 1024);
+        if (!full.Active())
+            GTEST_SKIP() << "mounting a tmpfs is not permitted here";
+        const fs::path target = mountPoint / "settings.xml";
+        CAppSettings out(1);
+        out.Values().startTimes = 9;
+        const QString targetPath = QString::fromStdString(target.string());
+        first = out.SaveSettingFile(targetPath, "Sample", "1.0");
+        before = ReadAll(target);
+        out.Values().disabledPush = std::string(64 * 1024, 'y'); // more than the whole disk
+        second = out.SaveSettingFile(targetPath, "Sample", "1.0");
+        left = FilesIn(mountPoint);
+        after = ReadAll(target);
+    }
     EXPECT_EQ(first, 1);
     EXPECT_EQ(second, 0);
     EXPECT_EQ(after, before);

@@ -1,6 +1,7 @@
 #include "common/testing/TestImages.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -53,6 +54,11 @@ uint32_t Scale(double t, int depth) {
 
 bool MakeConstant(CImageDataInfo& img, int w, int h, int channels, int depth, uint32_t value) {
     return Fill(img, w, h, channels, depth, [&](int, int, int) { return value; });
+}
+
+bool MakeChannelConstants(CImageDataInfo& img, int w, int h, int channels, int depth,
+                          const std::array<uint32_t, 4>& values) {
+    return Fill(img, w, h, channels, depth, [&](int, int, int c) { return values[c & 3]; });
 }
 
 bool MakeGradient(CImageDataInfo& img, int w, int h, int channels, int depth) {

@@ -5,6 +5,7 @@
 #include "common/CImageDataInfo.h"
 #include "common/CSelectedRegion.h"
 
+#include <array>
 #include <cstdint>
 
 namespace kel_testing {
@@ -19,6 +20,9 @@ void SetValue(CImageDataInfo& img, int x, int y, int channel, uint32_t value);
 
 // Every channel the same value.
 bool MakeConstant(CImageDataInfo& img, int w, int h, int channels, int depth, uint32_t value);
+// Each channel constant at its own value (values[c] for channel c), so a swap of channels shows.
+bool MakeChannelConstants(CImageDataInfo& img, int w, int h, int channels, int depth,
+                          const std::array<uint32_t, 4>& values);
 // Horizontal ramp in channel 0 (blue / grey), vertical in channel 1, diagonal in channel 2,
 // alpha a vertical ramp from opaque to half.
 bool MakeGradient(CImageDataInfo& img, int w, int h, int channels, int depth);

@@ -1,17 +1,15 @@
 // Guards against a failed or abandoned write that truncates the user's file, leaves a temporary
 // behind or changes the file's mode.
 #include "common/CAtomicFileWriter.h"
-#include "common/AtomicFileWrite.h"
+#include "common/testing/FullDisk.h"
 #include "common/testing/TempFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -39,7 +37,7 @@ TEST(AtomicFileWriter, ReplacesWholeKeepsTheModeAndTrimsTheReservation) {
     TempFolder dir("kel_atomic");
     ASSERT_FALSE(dir.path().empty());
     const fs::path target = dir.path() / "photo.jpg";
-    ASSERT_EQ(WriteFileAtomically(target, "old content"), 1);
+    ASSERT_EQ(CAtomicFileWriter::WriteWhole(target, "old content"), 1);
     ASSERT_EQ(::chmod(target.c_str(), 0600), 0);
 
     CAtomicFileWriter writer(target);
@@ -55,7 +53,7 @@ TEST(AtomicFileWriter, ReplacesWholeKeepsTheModeAndTrimsTheReservation) {
     // A new file gets what any program's new file gets.
     const mode_t mask = ::umask(0);
     ::umask(mask);
-    ASSERT_EQ(WriteFileAtomically(dir.path() / "new.txt", "x"), 1);
+    ASSERT_EQ(CAtomicFileWriter::WriteWhole(dir.path() / "new.txt", "x"), 1);
     EXPECT_EQ(ModeOf(dir.path() / "new.txt"), 0666u & ~mask);
 }
 
@@ -63,7 +61,7 @@ TEST(AtomicFileWriter, AbandonedOrFailedWritesLeaveTheOldFileAndNoTemporary) {
     TempFolder dir("kel_atomic");
     ASSERT_FALSE(dir.path().empty());
     const fs::path target = dir.path() / "settings.xml";
-    ASSERT_EQ(WriteFileAtomically(target, "keep me"), 1);
+    ASSERT_EQ(CAtomicFileWriter::WriteWhole(target, "keep me"), 1);
     {
         CAtomicFileWriter writer(target);
         ASSERT_EQ(writer.Open(), 1);
@@ -74,18 +72,15 @@ TEST(AtomicFileWriter, AbandonedOrFailedWritesLeaveTheOldFileAndNoTemporary) {
     EXPECT_EQ(dir.Entries().size(), 1u);
 
     // The disk fills half way: the file size limit fails the write as a full disk would.
-    rlimit old{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
-    auto* oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit small = old;
-    small.rlim_cur = 4096;
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
     const std::string big(64 * 1024, 'z');
     CAtomicFileWriter writer(target);
-    const int opened = writer.Open();
-    const int written = opened ? writer.Write(big.data(), big.size()) : 0;
-    ::setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
+    int opened = -1, written = -1;
+    {
+        const auto full = kel_testing::FullDisk::FileSizeLimit(4096);
+        ASSERT_TRUE(full.Active());
+        opened = writer.Open();
+        written = opened ? writer.Write(big.data(), big.size()) : 0;
+    }
     EXPECT_EQ(opened, 1);
     EXPECT_EQ(written, 0);
     EXPECT_EQ(writer.Error(), EFBIG);
@@ -94,9 +89,9 @@ TEST(AtomicFileWriter, AbandonedOrFailedWritesLeaveTheOldFileAndNoTemporary) {
     EXPECT_EQ(dir.Entries().size(), 1u);
 
     std::string error;
-    EXPECT_EQ(WriteFileAtomically(dir.path(), "x", &error), 0); // a folder is no file
+    EXPECT_EQ(CAtomicFileWriter::WriteWhole(dir.path(), "x", &error), 0); // a folder is no file
     EXPECT_NE(error.find(std::strerror(EISDIR)), std::string::npos) << error;
-    EXPECT_EQ(WriteFileAtomically(dir.path() / "missing" / "f", "x", &error), 0);
+    EXPECT_EQ(CAtomicFileWriter::WriteWhole(dir.path() / "missing" / "f", "x", &error), 0);
     EXPECT_NE(error.find(std::strerror(ENOENT)), std::string::npos) << error;
     EXPECT_EQ(dir.Entries().size(), 1u);
 }

@@ -10,10 +10,11 @@
 #include <tinyxml.h>
 
 #include <algorithm>
+#include <chrono>
 #include <clocale>
+#include <cstdio>
 #include <fstream>
 #include <memory>
-#include <thread>
 
 using namespace KELCTRL;
 
@@ -31,9 +32,24 @@ TEST(Float2String, DecimalsRules) {
 TEST(Float2String, IgnoresTheNumericLocale) {
     const char* old = std::setlocale(LC_NUMERIC, nullptr);
     const std::string saved = old ? old : "C";
-    if (!std::setlocale(LC_NUMERIC, "de_DE.UTF-8"))
-        std::setlocale(LC_NUMERIC, "C.UTF-8");
-    EXPECT_EQ(Float2String(0.75, 2), "0.75");
+    const char* commaLocale = nullptr;
+    for (const char* name :
+         {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8", "nl_NL.UTF-8", "ru_RU.UTF-8"}) {
+        if (std::setlocale(LC_NUMERIC, name) && std::localeconv()->decimal_point[0] == ',') {
+            commaLocale = name;
+            break;
+        }
+    }
+    if (!commaLocale) {
+        std::setlocale(LC_NUMERIC, saved.c_str());
+        GTEST_SKIP() << "no locale with a decimal comma is installed (Debian: locales-all)";
+    }
+    // The locale really is in force: a printf-based conversion would now write a comma.
+    char buf[16];
+    std::snprintf(buf, sizeof buf, "%.2f", 0.75);
+    EXPECT_STREQ(buf, "0,75") << commaLocale;
+    EXPECT_EQ(Float2String(0.75, 2), "0.75") << commaLocale;
+    EXPECT_EQ(Float2String(-12.5, -1), "-12.500000") << commaLocale;
     std::setlocale(LC_NUMERIC, saved.c_str());
 }
 
@@ -159,9 +175,26 @@ std::vector<std::string> g_lines;
 void Collect(const std::string& line) {
     g_lines.push_back(line);
 }
+
+// A clock the test moves by hand, so "slow" and "fast" do not depend on the machine's load.
+std::chrono::steady_clock::time_point g_fakeNow{};
+std::chrono::steady_clock::time_point FakeNow() {
+    return g_fakeNow;
+}
+
+struct FakeClockScope {
+    FakeClockScope() { CFunctionTimeCost::SetClock(&FakeNow); }
+    ~FakeClockScope() { CFunctionTimeCost::SetClock(nullptr); }
+};
+
+void TimedCall(const char* name, long long ms) {
+    CFunctionTimeCost timer(name);
+    g_fakeNow += std::chrono::milliseconds(ms);
+}
 } // namespace
 
 TEST(DebugTrace, FormatsLinesAndTimesSlowCalls) {
+    FakeClockScope clock;
     g_lines.clear();
     SetDebugTraceSink(&Collect);
     DebugTrace(nullptr);
@@ -169,14 +202,28 @@ TEST(DebugTrace, FormatsLinesAndTimesSlowCalls) {
     const char* emptyFormat = "";
     DebugTrace(emptyFormat);
     DebugTrace("[%s] Error: %d\n", "Origin", 5);
-    { CFunctionTimeCost fast("KELCTRL::Fast"); }
-    {
-        CFunctionTimeCost slow("KELCTRL::CImageWnd::ProcessPreview");
-        std::this_thread::sleep_for(std::chrono::milliseconds(25));
-    }
+    TimedCall("KELCTRL::Fast", 3);
+    TimedCall("KELCTRL::CImageWnd::ProcessPreview", 25);
     SetDebugTraceSink(nullptr);
     ASSERT_EQ(g_lines.size(), 3u); // an empty result still counts as a line; a null or empty format does not
     EXPECT_EQ(g_lines[0], "");
     EXPECT_EQ(g_lines[1], "[Origin] Error: 5\n");
-    EXPECT_EQ(g_lines[2].rfind("[KELCTRL::CImageWnd::ProcessPreview] Time Cost: ", 0), 0u);
+    EXPECT_EQ(g_lines[2], "[KELCTRL::CImageWnd::ProcessPreview] Time Cost: 25\n");
+}
+
+TEST(DebugTrace, OnlyCallsAboveTheThresholdAreLogged) {
+    FakeClockScope clock;
+    g_lines.clear();
+    SetDebugTraceSink(&Collect);
+    TimedCall("AtThreshold", CFunctionTimeCost::kThresholdMs);
+    TimedCall("JustAbove", CFunctionTimeCost::kThresholdMs + 1);
+    {
+        CFunctionTimeCost tagged("Cache", "Build");
+        g_fakeNow += std::chrono::milliseconds(40);
+        EXPECT_EQ(tagged.ElapsedMs(), 40);
+    }
+    SetDebugTraceSink(nullptr);
+    ASSERT_EQ(g_lines.size(), 2u);
+    EXPECT_EQ(g_lines[0], "[JustAbove] Time Cost: 11\n");
+    EXPECT_EQ(g_lines[1], "Cache [Build] Time Cost: 40\n");
 }

@@ -1,12 +1,11 @@
 // Guards against half-written cache files on a full disk and restores from files of the wrong size.
 #include "common/LargeDataFile.h"
+#include "common/testing/FullDisk.h"
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <fstream>
 #include <vector>
 
@@ -49,16 +48,13 @@ TEST(LargeDataFile, RefusesEmptyInputAndMissingFiles) {
 TEST(LargeDataFile, FailedWriteLeavesNoFile) {
     // A file-size limit makes the write fail part-way, as a full disk would.
     const fs::path p = TempPath("limit");
-    rlimit old{};
-    getrlimit(RLIMIT_FSIZE, &old);
-    auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit small = old;
-    small.rlim_cur = 64 * 1024;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
     std::vector<unsigned char> data(1024 * 1024, 7);
-    const int result = WriteLargeDataToFile(data.data(), static_cast<uint32_t>(data.size()), p);
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
+    int result = -1;
+    {
+        const auto full = kel_testing::FullDisk::FileSizeLimit(64 * 1024);
+        ASSERT_TRUE(full.Active());
+        result = WriteLargeDataToFile(data.data(), static_cast<uint32_t>(data.size()), p);
+    }
     EXPECT_EQ(result, 0);
     EXPECT_FALSE(fs::exists(p));
 }

@@ -1,4 +1,5 @@
-// Guards against lost wake-ups, out-of-order or wrongly filtered messages and threads that never stop.
+// Guards against lost wake-ups (one waiter woken where all must be), out-of-order or wrongly filtered
+// messages, locks that do not exclude, torn shared values and threads that never stop.
 #include "common/event_signal.h"
 #include "common/life_lock.h"
 #include "common/message_queue.h"
@@ -8,7 +9,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -135,22 +141,152 @@ TEST(std_thread, AutoDeleteAndPriorityMapping) {
     EXPECT_EQ(GS_THREAD::std_thread::NiceForPriority(7), 0);
 }
 
-TEST(locks, RecursiveLockAndSyncVal) {
+TEST(locks, RecursiveLockExcludesOtherThreadsUntilTheLastUnlock) {
     recursive_lock l;
+    auto otherThreadGetsIt = [&] {
+        bool got = false;
+        std::thread t([&] {
+            got = l.try_lock();
+            if (got)
+                l.unlock();
+        });
+        t.join();
+        return got;
+    };
+    l.lock();
+    l.lock(); // re-entered on one thread
+    EXPECT_FALSE(otherThreadGetsIt());
+    l.unlock();
+    EXPECT_FALSE(otherThreadGetsIt()); // still held once
+    l.unlock();
+    EXPECT_TRUE(otherThreadGetsIt());
     {
         life_lock a(l);
-        life_lock b(l); // re-entered on one thread
+        life_lock b(l);
+        EXPECT_FALSE(otherThreadGetsIt());
     }
-    std::atomic<int> done{0};
-    std::thread t([&] {
-        life_lock g(l);
-        ++done;
-    });
-    t.join();
-    EXPECT_EQ(done, 1);
+    EXPECT_TRUE(otherThreadGetsIt()); // the guards released both levels
+}
 
-    sync_val<bool> flag(false);
-    std::thread w([&] { flag.set(true); });
-    w.join();
-    EXPECT_TRUE(flag.get());
+namespace {
+// Large enough that an unguarded copy is often caught half way.
+struct Block {
+    std::array<long long, 64> v{};
+    bool Whole() const {
+        return std::all_of(v.begin(), v.end(), [&](long long x) { return x == v[0]; });
+    }
+};
+} // namespace
+
+TEST(locks, SyncValNeverShowsAHalfWrittenValue) {
+    sync_val<Block> value;
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        Block b;
+        for (long long i = 1; i <= 100000; ++i) {
+            b.v.fill(i);
+            value.set(b);
+        }
+        done = true;
+    });
+    long long torn = 0;
+    long long reads = 0;
+    while (!done.load()) {
+        torn += !value.get().Whole();
+        ++reads;
+    }
+    writer.join();
+    EXPECT_EQ(torn, 0) << "of " << reads << " reads";
+    EXPECT_EQ(value.get().v[63], 100000);
+}
+
+namespace {
+// What the waiter threads report to the test thread. The test waits for a report with a generous
+// limit that only a lost wake-up exceeds; the waiters' own limits are longer still, so a waiter that
+// was never woken cannot pass by timing out with the condition already true.
+struct Reports {
+    std::mutex mutex;
+    std::condition_variable cond;
+    std::vector<int> counts;
+
+    explicit Reports(size_t n) : counts(n, 0) {}
+    void Add(size_t who) {
+        std::lock_guard<std::mutex> g(mutex);
+        ++counts[who];
+        cond.notify_all();
+    }
+    int Total() {
+        std::lock_guard<std::mutex> g(mutex);
+        int total = 0;
+        for (int c : counts)
+            total += c;
+        return total;
+    }
+    template <typename Pred> bool WaitUntil(Pred pred) {
+        std::unique_lock<std::mutex> g(mutex);
+        return cond.wait_for(g, std::chrono::seconds(10), [&] { return pred(counts); });
+    }
+};
+constexpr int kWaiterLimitMs = 30000;
+} // namespace
+
+// A manual-reset signal releases every waiter at once.
+TEST(event_signal, ManualSetReleasesEveryWaiter) {
+    for (int round = 0; round < 3; ++round) {
+        event_signal s(true);
+        constexpr size_t kWaiters = 4;
+        Reports reports(kWaiters);
+        std::vector<std::thread> waiters;
+        for (size_t i = 0; i < kWaiters; ++i)
+            waiters.emplace_back([&, i] {
+                if (s.wait(kWaiterLimitMs) == 0)
+                    reports.Add(i);
+            });
+        // Give the waiters time to block; one that arrives after set() passes anyway.
+        std::this_thread::sleep_for(std::chrono::milliseconds(30));
+        s.set();
+        const bool all = reports.WaitUntil([&](const std::vector<int>& c) {
+            return std::count(c.begin(), c.end(), 1) == static_cast<long>(kWaiters);
+        });
+        for (auto& w : waiters)
+            w.join();
+        ASSERT_TRUE(all) << "round " << round << ": set() left waiters asleep";
+    }
+}
+
+// Waiters on different ranges share one queue: a post must wake the waiter whose range it falls in,
+// not just any one of them.
+TEST(message_queue, PostWakesTheWaiterOfItsRange) {
+    message_queue q;
+    constexpr size_t kWaiters = 4;
+    constexpr intptr_t kQuit = -1;
+    Reports reports(kWaiters);
+    auto idOf = [](size_t i) { return static_cast<unsigned>(100 + 10 * i); };
+    std::vector<std::thread> waiters;
+    for (size_t i = 0; i < kWaiters; ++i)
+        waiters.emplace_back([&, i] {
+            message m;
+            while (q.wait(m, kWaiterLimitMs, idOf(i), idOf(i)) && m.wparam != kQuit)
+                reports.Add(i);
+        });
+    std::this_thread::sleep_for(std::chrono::milliseconds(30)); // let them block first
+    bool woken = true;
+    int round = 0;
+    for (; round < 12 && woken; ++round) {
+        const size_t target = kWaiters - 1 - static_cast<size_t>(round) % kWaiters;
+        const int before = reports.Total();
+        q.post(idOf(target));
+        woken = reports.WaitUntil([&](const std::vector<int>& c) {
+            int total = 0;
+            for (int v : c)
+                total += v;
+            return total == before + 1 && c[target] == round / static_cast<int>(kWaiters) + 1;
+        });
+    }
+    for (size_t i = 0; i < kWaiters; ++i)
+        q.post(idOf(i), kQuit);
+    for (auto& w : waiters)
+        w.join();
+    EXPECT_TRUE(woken) << "the post of round " << round - 1 << " did not reach its waiter";
+    EXPECT_EQ(q.size(), 0u);
 }

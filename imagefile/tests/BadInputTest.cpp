@@ -2,12 +2,11 @@
 // input is bad (truncated, corrupt, empty, mislabelled, huge) or the output cannot be written.
 #include "FileTestUtil.h"
 
+#include "common/testing/FullDisk.h"
 #include "common/testing/TestImages.h"
 
-#include <csignal>
 #include <cstring>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace ImageFile;
@@ -215,22 +214,16 @@ TEST(BadOutput, FileSizeLimitActsAsFullDisk) {
     TempDir dir;
     const auto target = dir / "keep.tif";
     WriteAll(target, std::vector<unsigned char>(1000, 7));
-    rlimit old{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
-    auto* oldHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit lim = old;
-    lim.rlim_cur = 64 * 1024;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &lim), 0);
+    const auto full = kel_testing::FullDisk::FileSizeLimit(64 * 1024);
+    ASSERT_TRUE(full.Active());
     ExpectFailedSaveLeavesTarget(dir, target, ERR_DISK_FULL);
-    setrlimit(RLIMIT_FSIZE, &old);
-    std::signal(SIGXFSZ, oldHandler);
 }
 
 TEST(BadOutput, FullTmpfsIsDiskFull) {
     TempDir dir;
     const auto mnt = dir / "small";
-    std::filesystem::create_directory(mnt);
-    if (::mount("tmpfs", mnt.c_str(), "tmpfs", 0, "size=256k") != 0)
+    const auto full = kel_testing::FullDisk::Tmpfs(mnt, 256 * 1024);
+    if (!full.Active())
         GTEST_SKIP() << "mounting a tmpfs is not permitted here; FileSizeLimitActsAsFullDisk covers the path";
     {
         TempDir inner; // keep names apart from the mount
@@ -248,7 +241,6 @@ TEST(BadOutput, FullTmpfsIsDiskFull) {
             ++count;
         EXPECT_EQ(count, 1u);
     }
-    ::umount(mnt.c_str());
 }
 
 TEST(BadOutput, UnwritableFolderIsPermissionDenied) {

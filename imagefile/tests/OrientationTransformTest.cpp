@@ -9,6 +9,7 @@
 #include <exiv2/exiv2.hpp>
 
 #include <cstring>
+#include <utility>
 
 using namespace ImageFile;
 using namespace kel_testing;
@@ -107,6 +108,65 @@ TEST(Orientation, EveryExifOrientationLoadsUpright) {
         ASSERT_EQ(LoadFile(info, back, jpg), ERR_OK);
         EXPECT_LE(MaxDifference(smooth, back), 6) << "jpeg orientation " << o;
     }
+}
+
+// Built from the meaning of each EXIF value, not from the library's own table: orientation 6 stores
+// a picture that must be turned 90 degrees clockwise to stand upright, 8 one turned counter-clockwise.
+TEST(Orientation, StoredPixelsMapToTheUprightPictureByTheExifMeaning) {
+    TempDir dir;
+    CImageDataInfo stored;
+    ASSERT_TRUE(MakeNoise(stored, 9, 5, 3, 1, 31)); // neither square nor symmetric
+    const int ws = stored.width, hs = stored.height;
+    // Where upright pixel (x, y) is found in the stored image.
+    auto source = [&](int o, int x, int y) -> std::pair<int, int> {
+        switch (o) {
+        case 2:
+            return {ws - 1 - x, y};
+        case 3:
+            return {ws - 1 - x, hs - 1 - y};
+        case 4:
+            return {x, hs - 1 - y};
+        case 5:
+            return {y, x};
+        case 6:
+            return {y, hs - 1 - x};
+        case 7:
+            return {ws - 1 - y, hs - 1 - x};
+        case 8:
+            return {ws - 1 - y, x};
+        default:
+            return {x, y};
+        }
+    };
+    const auto png = dir / "stored.png";
+    ASSERT_EQ(SaveFile(stored, FILEMETADATA(), Options(CONTAINER_FORMAT_PNG), png), ERR_OK);
+    for (int o = 1; o <= 8; ++o) {
+        SetExifOrientation(png, o);
+        FILEINFO info;
+        CImageDataInfo back;
+        ASSERT_EQ(LoadFile(info, back, png), ERR_OK);
+        const bool turned = o >= 5;
+        ASSERT_EQ(back.width, turned ? hs : ws) << o;
+        ASSERT_EQ(back.height, turned ? ws : hs) << o;
+        long wrong = 0;
+        for (int y = 0; y < back.height; ++y)
+            for (int x = 0; x < back.width; ++x) {
+                const auto [sx, sy] = source(o, x, y);
+                for (int c = 0; c < 3; ++c)
+                    wrong += GetValue(back, x, y, c) != GetValue(stored, sx, sy, c);
+            }
+        EXPECT_EQ(wrong, 0) << "orientation " << o;
+    }
+    // The top-left of an orientation-6 picture is the stored bottom-left; of an orientation-8 one,
+    // the stored top-right.
+    FILEINFO info;
+    CImageDataInfo back;
+    SetExifOrientation(png, 6);
+    ASSERT_EQ(LoadFile(info, back, png), ERR_OK);
+    EXPECT_EQ(GetValue(back, 0, 0, 2), GetValue(stored, 0, hs - 1, 2));
+    SetExifOrientation(png, 8);
+    ASSERT_EQ(LoadFile(info, back, png), ERR_OK);
+    EXPECT_EQ(GetValue(back, 0, 0, 2), GetValue(stored, ws - 1, 0, 2));
 }
 
 TEST(LosslessTransform, FourJpegRotationsGiveTheOriginalScanBytes) {

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 
 using namespace ImageProcess;
@@ -82,20 +83,24 @@ TEST(ResizeKernel, BoxHalvingAveragesPairsAndIdentityReadsOnePixel) {
 }
 
 TEST(ResizeImage, ConstantStaysConstantUnderEveryAlgorithm) {
+    // Every channel at its own level: a resampler that mixes or swaps channels (B and R) shows.
+    const std::array<uint32_t, 4> levels8 = {201, 37, 120, 250};
+    const std::array<uint32_t, 4> levels16 = {51234, 9000, 30001, 65000};
     for (int depth : {1, 2})
         for (int channels : {1, 3, 4})
             for (RESIZE_ALGORITHM a : kAll)
                 for (auto size : {TSize<int>(13, 7), TSize<int>(97, 61), TSize<int>(3, 200)}) {
+                    const auto& levels = depth == 1 ? levels8 : levels16;
                     CImageDataInfo src, dst;
-                    const uint32_t v = depth == 1 ? 201 : 51234;
-                    ASSERT_TRUE(MakeConstant(src, 40, 30, channels, depth, v));
+                    ASSERT_TRUE(MakeChannelConstants(src, 40, 30, channels, depth, levels));
                     ASSERT_TRUE(ResizeImage(src, dst, size.width, size.height, a, nullptr));
                     ASSERT_EQ(dst.width, size.width);
                     ASSERT_EQ(dst.height, size.height);
                     ASSERT_EQ(dst.channels, channels);
                     ASSERT_EQ(dst.depth, depth);
                     CImageDataInfo expect;
-                    ASSERT_TRUE(MakeConstant(expect, size.width, size.height, channels, depth, v));
+                    ASSERT_TRUE(
+                        MakeChannelConstants(expect, size.width, size.height, channels, depth, levels));
                     EXPECT_EQ(MaxDifference(dst, expect), 0)
                         << "alg " << a << " ch " << channels << " d " << depth;
                 }
