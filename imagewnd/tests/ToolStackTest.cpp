@@ -101,6 +101,31 @@ TEST_F(ToolStack, ToolUnloadingAnEarlierToolInAnAllWalkSkipsNoLaterTool) {
     EXPECT_EQ(log.Only({"OnMouseMove"}), (Texts{"C.OnMouseMove", "B.OnMouseMove", "A.OnMouseMove"}));
 }
 
+TEST_F(ToolStack, ToolLoadingAnotherInAWalkGetsNoEventTwice) {
+    // Both kinds of walk: every tool with the bit, and the first accepting one.
+    const uint32_t mask = Tool::EVENTMASK_MOUSEMOVE | Tool::EVENTMASK_CLICK;
+    LoadNew("A", mask);
+    RecordingTool& b = LoadNew("B", mask);
+    RecordingTool& newcomer = AddTool("N", mask);
+    b.action = [this, &newcomer](RecordingTool&, const std::string& event) {
+        if (event == "OnMouseMove" || event == "OnClick") {
+            wnd.UnloadTool(&newcomer, 0);
+            wnd.LoadTool(&newcomer);
+        }
+    };
+    log.Clear();
+    mouse.Move(QPoint(30, 30));
+    mouse.Press(QPoint(30, 30));
+    mouse.Release(QPoint(30, 30));
+    EXPECT_EQ(log.Only({"OnMouseMove", "OnClick"}),
+              (Texts{"B.OnMouseMove", "A.OnMouseMove", "B.OnClick", "A.OnClick"}));
+    // The newcomer hears the next event.
+    b.action = nullptr;
+    log.Clear();
+    mouse.Move(QPoint(40, 30));
+    EXPECT_EQ(log.Only({"OnMouseMove"}), (Texts{"N.OnMouseMove", "B.OnMouseMove", "A.OnMouseMove"}));
+}
+
 TEST_F(ToolStack, UnloadAllToolsCallsOnUnloadOnlyWithAnImage) {
     RecordingTool& a = LoadNew("A", 0);
     RecordingTool& b = LoadNew("B", 0);
