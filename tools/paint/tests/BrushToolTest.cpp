@@ -109,6 +109,11 @@ TEST_F(BrushTool, WheelChangesSizeAndWithShiftTheFeather) {
     EXPECT_EQ(tool.OnMouseWheel(MK_CONTROL, 120, QPoint()), 0); // any other key: not the brush's
     EXPECT_EQ(tool.GetBrush().size, 48);
     EXPECT_EQ(panel.Codes(), (Codes{kChanged, kChanged, kChanged, kChanged, kChanged}));
+    // A held button is a stroke under way: the wheel leaves the brush alone.
+    const CBrush held = tool.GetBrush();
+    EXPECT_EQ(tool.OnMouseWheel(MK_LBUTTON, 120, QPoint()), 0);
+    EXPECT_EQ(tool.OnMouseWheel(MK_RBUTTON | MK_SHIFT, 120, QPoint()), 0);
+    EXPECT_TRUE(tool.GetBrush() == held);
     // Clamped at the ends of the ranges.
     tool.SetBrush(CBrush(99, 1, 100, 100));
     tool.OnMouseWheel(0, 120, QPoint());
@@ -291,7 +296,7 @@ TEST_F(BrushTool, ZoomedOutStrokePaintsBothMasksAtTheirScales) {
 
 namespace {
 
-// A tool's own process callback: 255 where the mask (in the output's coordinates) is painted. It
+// A tool's own process callback: 255 where the mask (at (0, 0) over the image) is painted. It
 // records whether it ran off the interface thread, and signals every call.
 struct CallbackRecord {
     std::atomic<int> calls{0};
@@ -304,11 +309,11 @@ CallbackRecord* g_record = nullptr;
 
 void MarkUnderMask(const CBrushTool*, CImageDataInfo& out, const CImageDataInfo& in, CSelectedRegion* mask,
                    int x, int y) {
-    if (mask->x != -x || mask->y != -y)
+    if (mask->x != 0 || mask->y != 0)
         g_record->badPlacement.fetch_add(1);
     for (int j = 0; j < out.height; ++j)
         for (int i = 0; i < out.width; ++i) {
-            const int mx = i - mask->x, my = j - mask->y;
+            const int mx = i + x, my = j + y;
             const bool painted =
                 mx >= 0 && my >= 0 && mx < mask->width && my < mask->height && mask->Row(my)[mx] >= 0x8000;
             for (int c = 0; c < out.channels; ++c)
