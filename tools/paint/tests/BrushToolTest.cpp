@@ -22,9 +22,8 @@ class BrushTool : public BrushToolFixture {};
 TEST_F(BrushTool, StrokeFedFromAThreadPaintsTheExpectedMaskAndShowsIt) {
     const double outer = LoadHardBrush(4.0); // spacing at most 1: a dab on every step
     ASSERT_GE(outer, 1.0);
-    const TPoint<int> start{20, 30};
-    const std::vector<TPoint<int>> fed = {{23, 30}, {26, 33}, {40, 33}, {40, 60},
-                                          {90, 75}, {91, 75}, {150, 20}};
+    const TPoint<int> start = brush_scenarios::kStrokeStart;
+    const std::vector<TPoint<int>>& fed = brush_scenarios::kStrokeFed;
     mouse.Press(Client(start));
     ASSERT_EQ(tool.IsPainting(), 1);
     FeedFromThread(fed);
@@ -52,27 +51,21 @@ TEST_F(BrushTool, StrokeLeavingTheWindowKeepsPaintingClippedToTheImage) {
     LoadHardBrush(3.0);
     // The image lies in the middle of the 400 x 300 window; x = 600 is beyond the window's right edge.
     ASSERT_GT(Client({600, 20}).x(), wnd.width());
-    mouse.Press(Client({150, 20}));
+    mouse.Press(Client(brush_scenarios::kLeavingStart));
     // Real moves, as the platform delivers them while the button is held: outside, down, back in.
-    for (const TPoint<int> p :
-         {TPoint<int>{600, 20}, TPoint<int>{600, 100}, TPoint<int>{150, 100}, TPoint<int>{150, -40}})
+    for (const TPoint<int> p : brush_scenarios::kLeavingFed)
         mouse.Move(Client(p));
-    mouse.Release(Client({150, -40}));
+    mouse.Release(Client(brush_scenarios::kLeavingFed.back()));
     const CSelectedRegion* mask = tool.GetCanvas(0, -1);
     ASSERT_NE(mask, nullptr);
-    EXPECT_EQ(mask->Row(20)[199], 0xFFFF);  // on the way out
-    EXPECT_EQ(mask->Row(100)[199], 0xFFFF); // back in on another row: the stroke went on outside
-    EXPECT_EQ(mask->Row(100)[160], 0xFFFF);
-    EXPECT_EQ(mask->Row(0)[150], 0xFFFF); // and out over the top
-    EXPECT_EQ(mask->Row(60)[199], 0);     // the leg outside left nothing inside
-    EXPECT_EQ(mask->Row(60)[100], 0);
+    brush_scenarios::ExpectLeavingStrokeClipped(*mask);
 }
 
 TEST_F(BrushTool, UnloadingDuringAStrokeEndsTheStrokeFirst) {
     LoadHardBrush(4.0);
     mouse.Press(Client({30, 30}));
-    FeedFromThread({{31, 30}, {50, 30}});
     ASSERT_EQ(tool.IsPainting(), 1);
+    FeedFromThread({{31, 30}, {50, 30}});
     wnd.UnloadTool(&tool, 1);
     EXPECT_EQ(tool.IsPainting(), 0);
     EXPECT_FALSE(tool.GetMouseTracker().IsTracking());
