@@ -106,24 +106,26 @@ TEST_F(ToolStack, ToolLoadingAnotherInAWalkGetsNoEventTwice) {
     const uint32_t mask = Tool::EVENTMASK_MOUSEMOVE | Tool::EVENTMASK_CLICK;
     LoadNew("A", mask);
     RecordingTool& b = LoadNew("B", mask);
-    RecordingTool& newcomer = AddTool("N", mask);
-    b.action = [this, &newcomer](RecordingTool&, const std::string& event) {
-        if (event == "OnMouseMove" || event == "OnClick") {
-            wnd.UnloadTool(&newcomer, 0);
-            wnd.LoadTool(&newcomer);
-        }
+    RecordingTool& first = AddTool("N1", mask);
+    RecordingTool& second = AddTool("N2", mask);
+    b.action = [&](RecordingTool&, const std::string& event) {
+        if (event == "OnMouseMove")
+            wnd.LoadTool(&first);
+        if (event == "OnClick")
+            wnd.LoadTool(&second);
     };
     log.Clear();
     mouse.Move(QPoint(30, 30));
     mouse.Press(QPoint(30, 30));
     mouse.Release(QPoint(30, 30));
     EXPECT_EQ(log.Only({"OnMouseMove", "OnClick"}),
-              (Texts{"B.OnMouseMove", "A.OnMouseMove", "B.OnClick", "A.OnClick"}));
-    // The newcomer hears the next event.
+              (Texts{"B.OnMouseMove", "A.OnMouseMove", "N1.OnClick", "B.OnClick", "A.OnClick"}));
+    // A newcomer hears the next event.
     b.action = nullptr;
     log.Clear();
     mouse.Move(QPoint(40, 30));
-    EXPECT_EQ(log.Only({"OnMouseMove"}), (Texts{"N.OnMouseMove", "B.OnMouseMove", "A.OnMouseMove"}));
+    EXPECT_EQ(log.Only({"OnMouseMove"}),
+              (Texts{"N2.OnMouseMove", "N1.OnMouseMove", "B.OnMouseMove", "A.OnMouseMove"}));
 }
 
 TEST_F(ToolStack, UnloadAllToolsCallsOnUnloadOnlyWithAnImage) {
