@@ -144,10 +144,13 @@ TEST_F(Tags, ClickOnAClickableTagReachesTheParentAndNotTheTools) {
 
 TEST_F(Tags, TagPressWhoseReleaseNeverCameSwallowsNoLaterRelease) {
     LoadNew("A", kPressMask);
-    wnd.AddTag(CImageWnd::TAG_SIDE_RIGHT, "Menu", nullptr, 0, 42);
+    wnd.AddTag(CImageWnd::TAG_SIDE_RIGHT, "Menu", nullptr, 1, 42);
     const QPoint tag = wnd.GetTag(CImageWnd::TAG_SIDE_RIGHT, 0)->hitRect.center();
+    Enter(QPoint(200, 200));
     const QPoint off(200, 200);
+    log.Clear();
     mouse.Press(tag); // its release went to a menu the parent opened
+    EXPECT_EQ(log.Count("parent.NM 119"), 1u);
     log.Clear();
     mouse.Press(off);
     mouse.Release(off);
@@ -158,8 +161,9 @@ TEST_F(Tags, TagPressWhoseReleaseNeverCameSwallowsNoLaterRelease) {
 
 TEST_F(Tags, DoubleClickOnATagIsTheTagsToo) {
     LoadNew("A", kPressMask | IImageWndTool::EVENTMASK_DBLCLICK);
-    wnd.AddTag(CImageWnd::TAG_SIDE_RIGHT, "Menu", nullptr, 0, 42);
+    wnd.AddTag(CImageWnd::TAG_SIDE_RIGHT, "Menu", nullptr, 1, 42);
     const QPoint tag = wnd.GetTag(CImageWnd::TAG_SIDE_RIGHT, 0)->hitRect.center();
+    Enter(QPoint(200, 200));
     log.Clear();
     mouse.Press(tag);
     mouse.Release(tag);
