@@ -25,7 +25,8 @@ public:
     void Set(const ADJUSTMENT& adjustment);
     ADJUSTMENT Get() const;
     // The masks of the local adjustment and its exposure: `mask` at image size, `zoomedMask` at the
-    // size of the zoomed view (either may be null or empty for none).
+    // size of the zoomed view (either may be null or empty for none). Both lie at (0, 0) over what
+    // they cover and are only read: the brush paints them while processing runs on other threads.
     void SetLocalMask(const CSelectedRegion* mask, const CSelectedRegion* zoomedMask, double exposure);
 
     // Fills dst with the adjusted part of src that starts at (x, y): src is the whole image (or the

@@ -130,6 +130,10 @@ public:
     int Create(QWidget* parent, const QRect& rect, unsigned id, int visible = 1) override;
 
     // --- the image record (the caller keeps ownership of every image) ---------------------------
+    // With a before-image, `image` is where processing writes its results, and only for the working
+    // rectangle of each pass (the visible part plus the extend, or none when zoomed out, where the
+    // zoomed copy takes them). Elsewhere it holds whatever was there: a host that saves processes its
+    // before-image again instead of saving this one.
     // Returns 0 for an invalid image, and for a mask that is valid but not 1 channel, 1 byte and of
     // the image's size (the window is then empty). Before-images of another size are dropped.
     int SetImage(CImageDataInfo& image, CImageDataInfo* before = nullptr,
@@ -365,9 +369,9 @@ protected:
 
     // Tool walks. "All" calls every tool with the bit; "first accepting" stops at the first non-zero
     // result and returns that tool; "first with bit" calls only the first tool with the bit. A
-    // handler may unload tools: the count is re-read at each step, and when the entry at the
-    // current index is no longer the tool just called, the index steps back so that none is skipped.
-    // All walks need an image, except the *Always form.
+    // handler may load or unload tools: a walk goes over the tools loaded when it began, so none is
+    // called twice or skipped; one that left meanwhile is not called, one that came hears the next
+    // event. All walks need an image, except the *Always form.
     template <typename F> void WalkAll(uint32_t bit, F&& call);
     template <typename F> void WalkAllAlways(uint32_t bit, F&& call);
     template <typename F> IImageWndTool* WalkFirstAccepting(uint32_t bit, F&& call);
@@ -415,6 +419,8 @@ protected:
     LINEAR_IMAGE_PARAMS m_linearParams;
 
     // Owned buffers of the pipeline. The preview belongs to the UI thread.
+    // Held by whichever pass fills m_adjustBuffer: a synchronous request and the adjust thread's.
+    std::recursive_mutex m_adjustRunLock;
     CImageDataInfo m_adjustBuffer;
     int m_adjustX = 0;
     int m_adjustY = 0;
@@ -459,6 +465,9 @@ protected:
     std::atomic<int> m_cacheWidth{0};
     std::atomic<int> m_cacheHeight{0};
     std::atomic<unsigned> m_cacheBuildCount{0};
+    // A build finished that waits for its processing pass: painting keeps the processed preview
+    // until that pass has run, so the unprocessed copy never shows.
+    std::atomic<bool> m_cacheAwaitingProcess{false};
 
     // The 32-bit display bitmap that painting converts into; reused between paints, only grows.
     sse_array<unsigned char> m_displayBuffer;
@@ -528,6 +537,8 @@ private:
     void AdjustThreadLoop();
     void RunAdjustRequest();
     void RunAdjustSync();
+    // One synchronous pass over the working rectangle into the job's target; m_adjustRunLock held.
+    void ProcessAdjustBuffer(const ADJUST_JOB& job);
     // Calls the process function, or asks the parent with NM_IMGWND_PROCESSIMAGE without one.
     void RequestProcessing(CImageDataInfo& dst, const CImageDataInfo& src, const CImageDataInfo* fullSource,
                            double zoom, int x, int y);
@@ -540,8 +551,13 @@ private:
 
     // The steps of a lost capture: buttons up, drags ended, tools told.
     void OnCaptureLost(CBaseWnd* newOwner);
+    // A press on a clickable tag goes to the parent; true when the point held one.
+    bool PressTag(const QPoint& point);
     void AutoMove(const QPoint& point);
+    // One step of the auto-move; false when the scroll range left the position as it was.
+    bool StepAutoMove();
     void OnAutoMoveTimer();
+    void StopAutoMove();
     bool AnyAutoMoveTool() const;
     // Releases the capture after a drag unless the tool kept it or Space holds the before view.
     void EndDragCapture(int releaseCapture);
@@ -555,31 +571,20 @@ template <typename F> void CImageWnd::WalkAll(uint32_t bit, F&& call) {
 }
 
 template <typename F> void CImageWnd::WalkAllAlways(uint32_t bit, F&& call) {
-    size_t i = 0;
-    while (i < m_tools.size()) {
-        IImageWndTool* tool = m_tools[i];
-        if (tool->GetEventMask() & bit) {
+    const std::vector<IImageWndTool*> tools = m_tools;
+    for (IImageWndTool* tool : tools) {
+        if (FindTool(tool) >= 0 && (tool->GetEventMask() & bit))
             call(tool);
-            if (i < m_tools.size() && m_tools[i] != tool)
-                continue; // the stack changed under the handler: look at this index again
-        }
-        ++i;
     }
 }
 
 template <typename F> IImageWndTool* CImageWnd::WalkFirstAccepting(uint32_t bit, F&& call) {
     if (!HasImage())
         return nullptr;
-    size_t i = 0;
-    while (i < m_tools.size()) {
-        IImageWndTool* tool = m_tools[i];
-        if (tool->GetEventMask() & bit) {
-            if (call(tool))
-                return tool;
-            if (i < m_tools.size() && m_tools[i] != tool)
-                continue;
-        }
-        ++i;
+    const std::vector<IImageWndTool*> tools = m_tools;
+    for (IImageWndTool* tool : tools) {
+        if (FindTool(tool) >= 0 && (tool->GetEventMask() & bit) && call(tool))
+            return tool;
     }
     return nullptr;
 }

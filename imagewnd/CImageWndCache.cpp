@@ -93,6 +93,7 @@ void CImageWnd::CancelZoomedCaching(int wait) {
 
 void CImageWnd::ReleaseZoomedCache() {
     life_lock guard(m_cacheLock);
+    m_cacheAwaitingProcess.store(false);
     m_cacheWidth.store(0);
     m_cacheHeight.store(0);
     m_cacheImage.Release();
@@ -136,6 +137,7 @@ void CImageWnd::ProcessZoomedCache() {
             RequestProcessing(m_cacheImage, m_cacheBefore, m_beforeImage, m_zoomValue, 0, 0);
             WalkAll(IImageWndTool::EVENTMASK_POSTPROCESSIMAGE,
                     [&](IImageWndTool* t) { t->OnPostProcessImage(m_cacheImage, m_cacheBefore, 0, 0); });
+            m_cacheAwaitingProcess.store(false);
         }
     }
     if (cursor)
@@ -193,6 +195,8 @@ void CImageWnd::CacheThreadLoop() {
             // A newer request arrived after the last checkpoint: it decides.
             if (m_cacheQueue.peek(pending, MSG_ZOOMEDCACHE_BUILD, MSG_ZOOMEDCACHE_CANCEL))
                 continue;
+            // The copy is unprocessed: until its pass runs, the processed preview stays on show.
+            m_cacheAwaitingProcess.store(request->processAfter != 0);
             m_cacheReady.set();
         }
         if (!request->processAfter || m_showingBefore.load())

@@ -60,6 +60,10 @@ void CImageWnd::CalcZoom() {
             CancelZoomedCaching(0);
         if (!(IsZoomedCacheReady() && !changed))
             UpdateZoomedCache();
+    } else {
+        // At 1:1 and above the view draws from the image: a build still running only holds up the
+        // next adjusting session, which waits for the cache lock.
+        CancelZoomedCaching(0);
     }
     if (changed) {
         WalkAll(IImageWndTool::EVENTMASK_ZOOMCHANGED, [](IImageWndTool* t) { t->OnZoomChanged(); });

@@ -24,14 +24,8 @@ void CImageWnd::OnLButtonDown(unsigned flags, const QPoint& point) {
     m_lButtonDownTick = TickCount();
     CBaseWnd::OnLButtonDown(flags, point);
     setFocus(Qt::MouseFocusReason);
-    if (const TAGINFO* tag = HitTestTag(point)) {
-        // The tag takes the press: the parent hears of it, the tools do not.
-        m_tagPressed = true;
-        NMIMGWND_CLICKTAG payload;
-        payload.tagId = tag->id;
-        NotifyParent(NM_IMGWND_CLICKTAG, payload.hdr);
+    if (PressTag(point))
         return;
-    }
     m_lButtonDown = true;
     m_dblClicked = false;
     m_downPoint = point;
@@ -45,6 +39,7 @@ void CImageWnd::OnLButtonUp(unsigned flags, const QPoint& point) {
         return;
     }
     m_lButtonDown = false;
+    StopAutoMove();
     if (m_dragging) {
         m_dragging = false;
         int releaseCapture = 1;
@@ -62,8 +57,24 @@ void CImageWnd::OnLButtonUp(unsigned flags, const QPoint& point) {
     m_dblClicked = false;
 }
 
+bool CImageWnd::PressTag(const QPoint& point) {
+    const TAGINFO* tag = HitTestTag(point);
+    // A release that never came (another window took the mouse) must not swallow this press's.
+    m_tagPressed = tag != nullptr;
+    if (!tag)
+        return false;
+    // The tag takes the press: the parent hears of it, the tools do not.
+    NMIMGWND_CLICKTAG payload;
+    payload.tagId = tag->id;
+    NotifyParent(NM_IMGWND_CLICKTAG, payload.hdr);
+    return true;
+}
+
 void CImageWnd::OnLButtonDblClk(unsigned flags, const QPoint& point) {
     CBaseWnd::OnLButtonDblClk(flags, point);
+    // The second press of a double click on a tag is a press on the tag.
+    if (PressTag(point))
+        return;
     // Keeps the release that follows from counting as a click.
     m_dblClicked = true;
     int result = 0;
@@ -83,6 +94,7 @@ void CImageWnd::EndDragCapture(int releaseCapture) {
 void CImageWnd::OnRButtonDown(unsigned flags, const QPoint& point) {
     m_rButtonDownTick = TickCount();
     CBaseWnd::OnRButtonDown(flags, point);
+    m_tagPressed = false;
     m_downPoint = point;
     m_rButtonDown = true;
     int result = 0;
@@ -92,6 +104,7 @@ void CImageWnd::OnRButtonDown(unsigned flags, const QPoint& point) {
 
 void CImageWnd::OnRButtonUp(unsigned flags, const QPoint& point) {
     m_rButtonDown = false;
+    StopAutoMove();
     int result = 0;
     if (m_rDragging) {
         m_rDragging = false;
@@ -220,12 +233,21 @@ void CImageWnd::AutoMove(const QPoint& point) {
     }
 }
 
+bool CImageWnd::StepAutoMove() {
+    const TPoint<int> before = m_dispPos;
+    SetDispPos(before.x + m_autoMoveStep.x, before.y + m_autoMoveStep.y);
+    return !(m_dispPos == before);
+}
+
 void CImageWnd::OnAutoMoveTimer() {
-    if (m_autoMoveStep.x == 0 && m_autoMoveStep.y == 0) {
-        KillTimer(TIMER_AUTOMOVE);
-        return;
-    }
-    SetDispPos(m_dispPos.x + m_autoMoveStep.x, m_dispPos.y + m_autoMoveStep.y);
+    // At the edge of the scroll range every further step would only restart the processing delay.
+    if ((m_autoMoveStep.x == 0 && m_autoMoveStep.y == 0) || !StepAutoMove())
+        StopAutoMove();
+}
+
+void CImageWnd::StopAutoMove() {
+    KillTimer(TIMER_AUTOMOVE);
+    m_autoMoveStep = TPoint<int>();
 }
 
 // --- keys -----------------------------------------------------------------------------------
@@ -306,6 +328,8 @@ void CImageWnd::OnCaptureLost(CBaseWnd* newOwner) {
                            [&](Tool* t) { return t->OnRButtonUp(MK_RBUTTON, point); });
     m_lButtonDown = false;
     m_rButtonDown = false;
+    m_tagPressed = false;
+    StopAutoMove();
     if (m_showingBefore)
         ShowBeforeImage(0);
     int releaseCapture = 1; // has no effect here: the capture is already gone

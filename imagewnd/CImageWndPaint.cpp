@@ -60,8 +60,9 @@ void CImageWnd::OnPaint(QPainter& painter, int width, int height) {
 void CImageWnd::DrawImage(QPainter& painter, int, int, int nearest) {
     const bool showingBefore = m_showingBefore.load() && m_beforeImage;
     // The caller holds the cache lock when the zoomed copy is ready: the cache thread rewrites
-    // these buffers under it.
-    const bool useCache = m_zoomedOut && IsZoomedCacheReady();
+    // these buffers under it. A copy that waits for its processing pass shows only its before view.
+    const bool useCache =
+        m_zoomedOut && IsZoomedCacheReady() && (showingBefore || !m_cacheAwaitingProcess.load());
 
     const CImageDataInfo* source = m_image;
     const CImageDataInfo* mask = m_transMask;

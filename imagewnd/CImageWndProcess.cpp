@@ -238,6 +238,11 @@ void CImageWnd::ProcessImage() {
         FlushSyncPartner();
         return;
     }
+    if (m_adjusting) {
+        // The host's live session goes on: its working rectangle is processed again.
+        AdjustImage(1);
+        return;
+    }
     EnterAdjustingMode();
     if (m_adjusting) {
         // The thread reads its queue in order, so this request runs before the quit that follows.
@@ -270,8 +275,20 @@ void CImageWnd::RequestProcessing(CImageDataInfo& dst, const CImageDataInfo& src
 
 void CImageWnd::RunAdjustSync() {
     const ADJUST_JOB job = m_adjustJob;
-    if (!job.source || !job.target || !m_adjustBuffer.IsValid())
+    if (!job.source || !job.target)
         return;
+    {
+        // The adjust thread may be filling the same buffer for a posted request.
+        std::lock_guard<std::recursive_mutex> run(m_adjustRunLock);
+        if (!m_adjustBuffer.IsValid())
+            return;
+        ProcessAdjustBuffer(job);
+    }
+    RepaintNow();
+    FlushSyncPartner();
+}
+
+void CImageWnd::ProcessAdjustBuffer(const ADJUST_JOB& job) {
     CopyFromSrcImage(1, m_adjustBuffer, *job.source, m_adjustX, m_adjustY);
     // Zoomed out the source is the zoomed copy, and the whole before-image goes along.
     RequestProcessing(m_adjustBuffer, *job.source, job.zoomedOut ? job.fullSource : nullptr, job.zoom,
@@ -279,13 +296,11 @@ void CImageWnd::RunAdjustSync() {
     WalkAll(IImageWndTool::EVENTMASK_POSTPROCESSIMAGE, [&](IImageWndTool* t) {
         t->OnPostProcessImage(m_adjustBuffer, *job.source, m_adjustX, m_adjustY);
     });
-    {
-        life_lock guard(m_imageLock);
-        ImageProcess::CopyImage(m_adjustBuffer, *job.target, m_adjustX, m_adjustY, 0, 0, m_adjustBuffer.width,
-                                m_adjustBuffer.height, nullptr);
-    }
-    RepaintNow();
-    FlushSyncPartner();
+    life_lock guard(m_imageLock);
+    ImageProcess::CopyImage(m_adjustBuffer, *job.target, m_adjustX, m_adjustY, 0, 0, m_adjustBuffer.width,
+                            m_adjustBuffer.height, nullptr);
+    if (job.zoomedOut)
+        m_cacheAwaitingProcess.store(false);
 }
 
 void CImageWnd::AdjustThreadLoop() {
@@ -308,7 +323,11 @@ void CImageWnd::RunAdjustRequest() {
     // m_adjustJob and the working rectangle were fixed before this thread started.
     const ADJUST_JOB& job = m_adjustJob;
     const PROCESSIMAGE_FUNC func = m_processImageFunc.load();
-    if (!func || !job.source || !job.target || !m_adjustBuffer.IsValid())
+    if (!func || !job.source || !job.target)
+        return;
+    // A synchronous request on the UI thread fills the same buffer.
+    std::lock_guard<std::recursive_mutex> run(m_adjustRunLock);
+    if (!m_adjustBuffer.IsValid())
         return;
     CopyFromSrcImage(1, m_adjustBuffer, *job.source, m_adjustX, m_adjustY);
     func(this, m_adjustBuffer, *job.source, std::min(job.zoom, 1.0), m_adjustX, m_adjustY, job.fullSource);
@@ -316,6 +335,8 @@ void CImageWnd::RunAdjustRequest() {
     life_lock guard(m_imageLock);
     ImageProcess::CopyImage(m_adjustBuffer, *job.target, m_adjustX, m_adjustY, 0, 0, m_adjustBuffer.width,
                             m_adjustBuffer.height, nullptr);
+    if (job.zoomedOut)
+        m_cacheAwaitingProcess.store(false);
     m_adjustRedrawDue.store(true);
     PostMessage(WM_BASEWND_REDRAW);
 }

@@ -39,12 +39,13 @@ void CImageWnd::LoadTool(IImageWndTool* tool) {
 void CImageWnd::UnloadTool(IImageWndTool* tool, int redraw) {
     if (FindTool(tool) < 0)
         return;
-    tool->OnUnload();
     {
-        // The adjust thread may be walking the tools; once this returns it no longer calls this one.
+        // The adjust thread walks the tools under this lock: once the tool is out, no walk reaches
+        // it, and OnUnload may free what the walk would read.
         std::lock_guard<std::mutex> guard(m_toolListLock);
         m_tools.erase(std::remove(m_tools.begin(), m_tools.end(), tool), m_tools.end());
     }
+    tool->OnUnload();
     // A drag whose owner left has nobody to report to.
     if (m_dragOwner == tool)
         m_dragOwner = nullptr;

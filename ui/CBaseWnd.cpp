@@ -300,7 +300,8 @@ bool CBaseWnd::event(QEvent* e) {
 }
 
 bool CBaseWnd::eventFilter(QObject* watched, QEvent* e) {
-    // The pointer went on into a child window: as on the original, that is a leave of this one.
+    // The pointer went on into a child window: that counts as leaving this one, so hover effects
+    // here end and only the child reacts to the pointer.
     if (e->type() == QEvent::Enter && watched->isWidgetType() && watched->parent() == this &&
         !static_cast<QWidget*>(watched)->isWindow())
         LeaveHover();

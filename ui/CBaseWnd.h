@@ -264,7 +264,8 @@ private:
     void ApplyFont();
     void FadeTo(unsigned target, unsigned ms);
     void FadeStep();
-    // The pointer is over a child widget: moves there belong to the child, as on the original.
+    // The pointer is over a child widget: moves there are the child's, so that a window and its
+    // child never both track the same pointer.
     bool IsOverChild(const QPoint& point) const;
     void LeaveHover();
     // Delivers a press, or a double click when it follows the last press closely enough.

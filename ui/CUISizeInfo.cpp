@@ -24,7 +24,8 @@ std::map<unsigned, std::unique_ptr<CUISizeInfo>>& Records() {
 }
 
 QString DefaultFace() {
-    // The interface face of the original is not on Linux desktops; the system's general font is.
+    // A fixed face name may be missing on a Linux desktop; the system's general font always exists
+    // and matches the rest of the desktop.
     return QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();
 }
 

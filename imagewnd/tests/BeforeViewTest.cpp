@@ -91,6 +91,11 @@ TEST_F(BeforeView, ByCallShowsTheDisplayBeforeImageWhenThereIsOne) {
     wnd.ShowBeforeImage(1);
     EXPECT_EQ(ShownRed(5, 5), 90);
     EXPECT_EQ(wnd.IsBeforeByKey(), 0);
+    // Leaving it processes again; without a process function the parent is asked.
+    log.Clear();
+    wnd.ShowBeforeImage(0);
+    EXPECT_EQ(log.Count("parent.NM 118"), 1u);
+    wnd.ShowBeforeImage(1);
     wnd.SetProcessImageFunc(FakeProcessFunc);
     wnd.ShowBeforeImage(0);
     // Leaving the before view processes again: the edit inverts the before-image.

@@ -311,8 +311,23 @@ TEST_F(Pipeline, LeavingTheApplicationForgetsHeldKeys) {
 
 // --- the image record -----------------------------------------------------------------------
 
-TEST_F(Pipeline, MaskOfTheWrongSizeLeavesTheWindowCleared) {
+TEST_F(Pipeline, BadImageRecordsAreRefused) {
     ShowWithBefore(200, 150);
+    CImageDataInfo empty;
+    EXPECT_EQ(wnd.SetImage(empty), 0);
+    EXPECT_EQ(wnd.GetImage(), &image) << "an invalid image changes nothing";
+    EXPECT_EQ(wnd.UpdateImage(empty, nullptr, nullptr, 1), 0);
+    EXPECT_EQ(wnd.GetImage(), &image);
+    EXPECT_EQ(wnd.GetBeforeImage(), &before);
+
+    // Before-images of another size are dropped, the image stays.
+    CImageDataInfo wrong;
+    ASSERT_TRUE(MakeGradient(wrong, 150, 200, 3, 1));
+    ASSERT_EQ(wnd.SetImage(image, &wrong, &wrong), 1);
+    EXPECT_EQ(wnd.GetBeforeImage(), nullptr);
+    EXPECT_EQ(wnd.GetDispBeforeImage(), nullptr);
+
+    // A mask of the wrong size or of two channels leaves the window empty.
     CImageDataInfo other, mask;
     ASSERT_TRUE(MakeGradient(other, 100, 80, 3, 1));
     ASSERT_TRUE(kel_testing::MakeConstant(mask, 99, 80, 1, 1, 255));
@@ -320,21 +335,9 @@ TEST_F(Pipeline, MaskOfTheWrongSizeLeavesTheWindowCleared) {
     EXPECT_EQ(wnd.HasImage(), 0);
     EXPECT_EQ(wnd.GetImageSize(), TSize<int>(0, 0));
     EXPECT_FALSE(wnd.Preview().IsValid());
-
-    // A mask of two channels is as wrong as one of the wrong size.
     ASSERT_TRUE(MakeGradient(mask, 100, 80, 3, 1));
     EXPECT_EQ(wnd.SetImage(other, nullptr, nullptr, &mask), 0);
     EXPECT_EQ(wnd.HasImage(), 0);
-}
-
-TEST_F(Pipeline, InvalidImageIsRefusedAndTheOldOneStays) {
-    ShowWithBefore(200, 150);
-    CImageDataInfo empty;
-    EXPECT_EQ(wnd.SetImage(empty), 0);
-    EXPECT_EQ(wnd.GetImage(), &image);
-    EXPECT_EQ(wnd.UpdateImage(empty, nullptr, nullptr, 1), 0);
-    EXPECT_EQ(wnd.GetImage(), &image);
-    EXPECT_EQ(wnd.GetBeforeImage(), &before);
 }
 
 TEST_F(Pipeline, UpdateImageWithAnotherSizeLosesTheMask) {
@@ -350,15 +353,6 @@ TEST_F(Pipeline, UpdateImageWithAnotherSizeLosesTheMask) {
     EXPECT_EQ(wnd.GetImage(), &bigger);
     EXPECT_EQ(wnd.GetTransMaskimage(), nullptr);
     EXPECT_FALSE(wnd.PreviewMask().IsValid());
-}
-
-TEST_F(Pipeline, BeforeImagesOfAnotherSizeAreDropped) {
-    CImageDataInfo wrong;
-    ASSERT_TRUE(MakeGradient(image, 200, 150, 3, 1));
-    ASSERT_TRUE(MakeGradient(wrong, 150, 200, 3, 1));
-    ASSERT_EQ(wnd.SetImage(image, &wrong, &wrong), 1);
-    EXPECT_EQ(wnd.GetBeforeImage(), nullptr);
-    EXPECT_EQ(wnd.GetDispBeforeImage(), nullptr);
 }
 
 } // namespace

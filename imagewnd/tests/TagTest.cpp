@@ -1,6 +1,6 @@
 // Guards the tags: layout off the DPI rule, tags not drawn, active tags drawn with the pointer
-// outside, clicks on a clickable tag reaching the tools, unclickable tags swallowing presses, and
-// the hand cursor missing over a clickable tag.
+// outside, clicks on a clickable tag reaching the tools, unclickable tags swallowing presses, a tag
+// press that swallows a later release, and the hand cursor missing over a clickable tag.
 #include "PaintTestSupport.h"
 
 #include "ui/CUISizeInfo.h"
@@ -140,6 +140,38 @@ TEST_F(Tags, ClickOnAClickableTagReachesTheParentAndNotTheTools) {
     EXPECT_EQ(log.Only({"OnLButtonDown", "OnClick", "OnLButtonUp"}),
               (Texts{"A.OnLButtonDown", "A.OnClick", "A.OnLButtonUp"}));
     EXPECT_EQ(log.Count("parent.NM 119"), 0u);
+}
+
+TEST_F(Tags, TagPressWhoseReleaseNeverCameSwallowsNoLaterRelease) {
+    LoadNew("A", kPressMask);
+    wnd.AddTag(CImageWnd::TAG_SIDE_RIGHT, "Menu", nullptr, 1, 42);
+    const QPoint tag = wnd.GetTag(CImageWnd::TAG_SIDE_RIGHT, 0)->hitRect.center();
+    Enter(QPoint(200, 200));
+    const QPoint off(200, 200);
+    log.Clear();
+    mouse.Press(tag); // its release went to a menu the parent opened
+    EXPECT_EQ(log.Count("parent.NM 119"), 1u);
+    log.Clear();
+    mouse.Press(off);
+    mouse.Release(off);
+    mouse.Move(QPoint(220, 220));
+    EXPECT_EQ(log.Only({"OnLButtonDown", "OnClick", "OnLButtonUp", "OnStartDrag"}),
+              (Texts{"A.OnLButtonDown", "A.OnClick", "A.OnLButtonUp"}));
+}
+
+TEST_F(Tags, DoubleClickOnATagIsTheTagsToo) {
+    LoadNew("A", kPressMask | IImageWndTool::EVENTMASK_DBLCLICK);
+    wnd.AddTag(CImageWnd::TAG_SIDE_RIGHT, "Menu", nullptr, 1, 42);
+    const QPoint tag = wnd.GetTag(CImageWnd::TAG_SIDE_RIGHT, 0)->hitRect.center();
+    Enter(QPoint(200, 200));
+    log.Clear();
+    mouse.Press(tag);
+    mouse.Release(tag);
+    mouse.Press(tag, Qt::LeftButton, {}, true);
+    mouse.QtDoubleClick(tag);
+    mouse.Release(tag);
+    EXPECT_EQ(log.Only({"OnLButtonDown", "OnClick", "OnDblClk", "OnLButtonUp"}), Texts{});
+    EXPECT_EQ(log.Count("parent.NM 119"), 2u);
 }
 
 TEST_F(Tags, UnclickableTagsPassThePressOnToTheTools) {

@@ -284,21 +284,6 @@ TEST_F(ToolWalk, KeysWalkByTheirRulesAndSpaceIsTheWindows) {
     mouse.Release(QPoint(5, 5));
 }
 
-TEST_F(ToolWalk, SpaceHoldsTheBeforeViewWithoutTheTools) {
-    CImageDataInfo before;
-    kel_testing::MakeConstant(before, 200, 150, 1, 1, 9);
-    ASSERT_EQ(wnd.SetImage(image, &before), 1);
-    LoadNew("T", Tool::EVENTMASK_KEYDOWN | Tool::EVENTMASK_KEYUP);
-    log.Clear();
-    SendKey(wnd, QEvent::KeyPress, Qt::Key_Space);
-    EXPECT_EQ(wnd.IsShowingBefore(), 1);
-    SendKey(wnd, QEvent::KeyRelease, Qt::Key_Space);
-    EXPECT_EQ(wnd.IsShowingBefore(), 0);
-    EXPECT_TRUE(log.Only({"OnKeyDown", "OnKeyUp"}).empty());
-    // Leaving the before view processes again; without a process function the parent is asked.
-    EXPECT_EQ(log.Texts(), Texts({"parent.NM 118"}));
-}
-
 TEST_F(ToolWalk, ToolTimersReachToolsAndTheWindowsOwnTimersDoNot) {
     RecordingTool& t = LoadNew("T", Tool::EVENTMASK_TIMER);
     t.answers["OnTimer"] = 1;

@@ -101,6 +101,33 @@ TEST_F(ToolStack, ToolUnloadingAnEarlierToolInAnAllWalkSkipsNoLaterTool) {
     EXPECT_EQ(log.Only({"OnMouseMove"}), (Texts{"C.OnMouseMove", "B.OnMouseMove", "A.OnMouseMove"}));
 }
 
+TEST_F(ToolStack, ToolLoadingAnotherInAWalkGetsNoEventTwice) {
+    // Both kinds of walk: every tool with the bit, and the first accepting one.
+    const uint32_t mask = Tool::EVENTMASK_MOUSEMOVE | Tool::EVENTMASK_CLICK;
+    LoadNew("A", mask);
+    RecordingTool& b = LoadNew("B", mask);
+    RecordingTool& first = AddTool("N1", mask);
+    RecordingTool& second = AddTool("N2", mask);
+    b.action = [&](RecordingTool&, const std::string& event) {
+        if (event == "OnMouseMove")
+            wnd.LoadTool(&first);
+        if (event == "OnClick")
+            wnd.LoadTool(&second);
+    };
+    log.Clear();
+    mouse.Move(QPoint(30, 30));
+    mouse.Press(QPoint(30, 30));
+    mouse.Release(QPoint(30, 30));
+    EXPECT_EQ(log.Only({"OnMouseMove", "OnClick"}),
+              (Texts{"B.OnMouseMove", "A.OnMouseMove", "N1.OnClick", "B.OnClick", "A.OnClick"}));
+    // A newcomer hears the next event.
+    b.action = nullptr;
+    log.Clear();
+    mouse.Move(QPoint(40, 30));
+    EXPECT_EQ(log.Only({"OnMouseMove"}),
+              (Texts{"N2.OnMouseMove", "N1.OnMouseMove", "B.OnMouseMove", "A.OnMouseMove"}));
+}
+
 TEST_F(ToolStack, UnloadAllToolsCallsOnUnloadOnlyWithAnImage) {
     RecordingTool& a = LoadNew("A", 0);
     RecordingTool& b = LoadNew("B", 0);

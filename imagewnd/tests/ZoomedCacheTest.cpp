@@ -211,6 +211,40 @@ TEST_F(ZoomedCache, CancelDuringABuildStopsItAtTheNextCheckpoint) {
     g_hook.waitForMessage = false;
 }
 
+TEST_F(ZoomedCache, ZoomingToOneToOneCancelsARunningBuild) {
+    unsigned builds = 0;
+    ASSERT_NO_FATAL_FAILURE(StartHeldBuild(builds));
+    // The held build goes on only when a message reaches the cache thread: the cancel must come.
+    wnd.SetZoom(ZOOM_TYPE_NOZOOM, nullptr, nullptr);
+    // No events run here: processing would wait for the cache lock that a held build keeps.
+    EXPECT_EQ(wnd.WaitZoomedCacheIdle(5000), 1) << "the useless build was left running";
+    EXPECT_EQ(wnd.BuildCount(), builds);
+    g_hook.waitForMessage = false;
+}
+
+TEST_F(ZoomedCache, RebuiltCopyShowsTheProcessedPreviewUntilItsPass) {
+    wnd.SetZoomContentFunc(nullptr);
+    wnd.SetProcessImageFunc(FakeProcessFunc);
+    // Blue rises from 0 at the left edge: processed, it is near 255 there.
+    ASSERT_TRUE(MakeGradient(before, 2000, 1500, 3, 1));
+    ASSERT_TRUE(MakeConstant(image, 2000, 1500, 3, 1, 77));
+    ASSERT_EQ(wnd.SetImage(image, &before), 1);
+    ASSERT_TRUE(WaitReady());
+    const auto blueAtLeft = [&] {
+        const QImage shot = wnd.RenderClient();
+        const QRect drawn = wnd.GetLastDrawRect();
+        return qBlue(shot.pixel(drawn.left() + 2, drawn.center().y()));
+    };
+    // The copy waits for its pass (the timer is armed, not run): the preview stays.
+    int blue = blueAtLeft();
+    EXPECT_NE(wnd.GetLastSrcRect().width(), wnd.GetDrawSize().width) << "drawn from the unprocessed copy";
+    EXPECT_GT(blue, 200);
+    wnd.ProcessImage();
+    blue = blueAtLeft();
+    EXPECT_EQ(wnd.GetLastSrcRect().size(), QSize(wnd.GetDrawSize().width, wnd.GetDrawSize().height));
+    EXPECT_GT(blue, 200);
+}
+
 TEST_F(ZoomedCache, DestroyingTheWindowDuringABuildEndsTheThread) {
     unsigned builds = 0;
     ASSERT_NO_FATAL_FAILURE(StartHeldBuild(builds));

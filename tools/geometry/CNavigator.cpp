@@ -67,7 +67,14 @@ int CNavigator::OnMouseWheel(unsigned flags, short delta, QPoint point) {
     if (!wnd || !wnd->HasImage())
         return 0;
     if (flags & MK_CONTROL) {
-        wnd->Zoom(delta > 0 ? 1 : 0, &point);
+        // One step per notch; a turn of direction starts the count afresh.
+        if ((m_zoomWheelDelta > 0 && delta < 0) || (m_zoomWheelDelta < 0 && delta > 0))
+            m_zoomWheelDelta = 0;
+        m_zoomWheelDelta += delta;
+        for (; m_zoomWheelDelta >= WHEEL_DELTA; m_zoomWheelDelta -= WHEEL_DELTA)
+            wnd->Zoom(1, &point);
+        for (; m_zoomWheelDelta <= -WHEEL_DELTA; m_zoomWheelDelta += WHEEL_DELTA)
+            wnd->Zoom(0, &point);
         return 1;
     }
     // The view moves against the wheel: rolling forward (positive) shows what lies above.

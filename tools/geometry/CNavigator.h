@@ -45,6 +45,8 @@ private:
     ZOOM_SCALE m_fixedScale = ZOOM_SCALE_2_1;
     QPoint m_panLast;
     bool m_panning = false;
+    // Ctrl+wheel delta not yet spent on a zoom step: touchpads send many small deltas.
+    int m_zoomWheelDelta = 0;
 };
 
 } // namespace KELCTRL::IMGWND_TOOL

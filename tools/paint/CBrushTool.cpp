@@ -304,6 +304,9 @@ int CBrushTool::PaintRegion(CSelectedRegion& canvas, const CSelectedRegion& brus
 // --- wheel and keys -------------------------------------------------------------------------------
 
 int CBrushTool::OnMouseWheel(unsigned flags, short delta, QPoint) {
+    // A held button is a stroke under way: its size and edge stay as they began.
+    if (m_painting || (flags & (MK_LBUTTON | MK_RBUTTON | MK_MBUTTON)))
+        return 0;
     const int step = delta > 0 ? WHEEL_STEP : -WHEEL_STEP;
     if (flags & MK_SHIFT)
         m_brush->feather = std::clamp(m_brush->feather + step, CBrush::FEATHER_MIN, CBrush::FEATHER_MAX);

@@ -162,18 +162,9 @@ void CBrushTool::RunProcess(CImageDataInfo& temp, const CImageDataInfo& source, 
     const PROCESS_CALLBACK callback = m_processCallback;
     if (!callback)
         return;
-    // The painting thread owns the canvas during a stroke, so it may lend it out writable.
-    auto* mask = const_cast<CSelectedRegion*>(&canvas);
-    if (callback == &CBrushTool::DefaultProcess) {
-        callback(this, temp, source, mask, x, y);
-        return;
-    }
-    // A callback of the tool's own sees the mask in the coordinates of its output, as after a
-    // processing pass of the window.
-    mask->x = -x;
-    mask->y = -y;
-    callback(this, temp, source, mask, x, y);
-    mask->x = mask->y = 0;
+    // The mask lies at (0, 0) over the image it covers, as in a pass of the window; the callback
+    // offsets by (x, y). Nothing moves it: the window's passes read the same record meanwhile.
+    callback(this, temp, source, const_cast<CSelectedRegion*>(&canvas), x, y);
 }
 
 void CBrushTool::DefaultProcess(const CBrushTool* tool, CImageDataInfo& out, const CImageDataInfo& in,
@@ -200,10 +191,8 @@ void CBrushTool::OnPostProcessImage(CImageDataInfo& out, const CImageDataInfo& i
     CSelectedRegion& mask = m_host.Snapshot().geometry.zoomedCache ? canvas.zoomedRegion : canvas.region;
     if (!HasPixels(mask))
         return;
-    mask.x = -x;
-    mask.y = -y;
+    // Shared with the painting refresh of a stroke: handed over where it lies, never moved.
     callback(this, out, in, &mask, x, y);
-    mask.x = mask.y = 0;
 }
 
 } // namespace IMGWND_TOOL

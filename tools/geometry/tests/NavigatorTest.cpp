@@ -90,6 +90,24 @@ TEST_F(NavigatorTest, WheelScrollsAgainstTheDeltaAndZoomsWithCtrl) {
     EXPECT_DOUBLE_EQ(wnd.GetZoomValue(), 0.5);
 }
 
+TEST_F(NavigatorTest, CtrlWheelZoomsOneStepPerNotchOfAccumulatedDelta) {
+    wnd.SetZoom(ZOOM_TYPE_NOZOOM, nullptr, nullptr);
+    Mouse m(wnd);
+    // A touchpad sends a notch in small parts.
+    for (int i = 0; i < 3; ++i)
+        m.Wheel({400, 300}, 30, Qt::ControlModifier);
+    EXPECT_DOUBLE_EQ(wnd.GetZoomValue(), 1.0);
+    m.Wheel({400, 300}, 30, Qt::ControlModifier);
+    EXPECT_DOUBLE_EQ(wnd.GetZoomValue(), 2.0);
+    m.Wheel({400, 300}, -60, Qt::ControlModifier);
+    EXPECT_DOUBLE_EQ(wnd.GetZoomValue(), 2.0);
+    m.Wheel({400, 300}, -60, Qt::ControlModifier);
+    EXPECT_DOUBLE_EQ(wnd.GetZoomValue(), 1.0);
+    // Two notches at once are two steps.
+    m.Wheel({400, 300}, -240, Qt::ControlModifier);
+    EXPECT_DOUBLE_EQ(wnd.GetZoomValue(), 1.0 / 3);
+}
+
 TEST_F(NavigatorTest, DragMovesTheImageWithThePointer) {
     wnd.SetZoom(ZOOM_TYPE_NOZOOM, nullptr, nullptr);
     Mouse m(wnd);

@@ -1,5 +1,6 @@
 // Guards a stroke's path from fed screen points through the tracker, the mask thread and the painting
 // thread to the canvas: dab counts, steps, clipping, display-scale painting and thread hand-overs.
+#include "BrushScenarios.h"
 #include "BrushTestHost.h"
 #include "common/MouseTracker.h"
 #include "common/testing/TestImages.h"
@@ -13,10 +14,10 @@
 
 using namespace KELCTRL::IMGWND_TOOL;
 using brush_testing::FakeHost;
+using namespace brush_scenarios;
 
 namespace {
 
-constexpr int kW = 200, kH = 150;
 const TPoint<int> kOrigin{1000, 500}; // the view's client origin on the screen
 
 class BrushStroke : public ::testing::Test {
@@ -50,20 +51,6 @@ protected:
         });
         feeder.join();
     }
-    // Painted exactly where some path pixel lies within the disc radius, and nowhere else.
-    void ExpectUnionOfDiscs(const std::vector<TPoint<int>>& centres, double radius) {
-        for (int y = 0; y < kH; ++y)
-            for (int x = 0; x < kW; ++x) {
-                bool inside = false;
-                for (const auto& c : centres)
-                    if (double(x - c.x) * (x - c.x) + double(y - c.y) * (y - c.y) <= radius * radius) {
-                        inside = true;
-                        break;
-                    }
-                ASSERT_EQ(canvas.region.Row(y)[x], inside ? 0xFFFF : 0) << x << "," << y;
-            }
-    }
-
     FakeHost host;
     CANVASDATA canvas;
     GS_INPUT::MouseTracker tracker;
@@ -101,18 +88,15 @@ TEST_F(BrushStroke, ClickWithoutMovementMakesExactlyOneDabAtThePixel) {
 TEST_F(BrushStroke, EndToEndStrokeFromAThreadPaintsTheExpectedMask) {
     UseHardBrush(4.0);
     settings.imageOuter = 4.0; // spacing 1: a dab on every step
-    const std::vector<TPoint<int>> fed = {{23, 30}, {26, 33}, {40, 33}, {40, 60}, {90, 75}, {91, 75}};
-    ASSERT_EQ(painter.StartStroke(&canvas, settings, Screen(20, 30)), 1);
-    Feed(fed);
+    ASSERT_EQ(painter.StartStroke(&canvas, settings, Screen(kStrokeStart.x, kStrokeStart.y)), 1);
+    Feed(kStrokeFed);
     painter.EndStroke(nullptr);
-    std::vector<TPoint<int>> path;
-    TPoint<int> from{20, 30};
-    for (const auto& p : fed) {
-        ImageProcess::AppendBrushLine(from, p, path);
-        from = p;
-    }
-    ExpectUnionOfDiscs(path, 4.0);
-    EXPECT_GE(painter.GetDabCount(), path.size() - fed.size()); // joints may count once or twice
+    const auto path = Path(kStrokeStart, kStrokeFed);
+    ExpectUnionOfDiscs(canvas.region, path, 4.0);
+    // One dab per step; a joint between two legs may count once or twice, the start twice (press
+    // and first leg) at most: never a dab that no step asked for.
+    EXPECT_GE(painter.GetDabCount(), path.size() - kStrokeFed.size());
+    EXPECT_LE(painter.GetDabCount(), path.size() + 1);
 }
 
 TEST_F(BrushStroke, EqualConsecutivePointsAddNoStep) {
@@ -157,14 +141,10 @@ TEST_F(BrushStroke, StrokeLeavingTheImageKeepsPaintingClippedToIt) {
     UseHardBrush(3.0);
     settings.imageOuter = 3.0;
     settings.dirtyMargin = 5;
-    ASSERT_EQ(painter.StartStroke(&canvas, settings, Screen(150, 20)), 1);
-    Feed({{400, 20}, {400, 100}, {150, 100}, {150, -40}});
+    ASSERT_EQ(painter.StartStroke(&canvas, settings, Screen(kLeavingStart.x, kLeavingStart.y)), 1);
+    Feed(kLeavingFed);
     painter.EndStroke(nullptr);
-    EXPECT_EQ(canvas.region.Row(20)[199], 0xFFFF);  // on the way out
-    EXPECT_EQ(canvas.region.Row(100)[199], 0xFFFF); // back in on another row: the stroke went on outside
-    EXPECT_EQ(canvas.region.Row(100)[160], 0xFFFF);
-    EXPECT_EQ(canvas.region.Row(0)[150], 0xFFFF); // and out over the top
-    EXPECT_EQ(canvas.region.Row(60)[199], 0);     // the part outside left nothing inside
+    ExpectLeavingStrokeClipped(canvas.region);
     for (const auto& r : host.Refreshes()) {
         EXPECT_GE(r.rect.x, 0);
         EXPECT_GE(r.rect.y, 0);

@@ -22,9 +22,8 @@ class BrushTool : public BrushToolFixture {};
 TEST_F(BrushTool, StrokeFedFromAThreadPaintsTheExpectedMaskAndShowsIt) {
     const double outer = LoadHardBrush(4.0); // spacing at most 1: a dab on every step
     ASSERT_GE(outer, 1.0);
-    const TPoint<int> start{20, 30};
-    const std::vector<TPoint<int>> fed = {{23, 30}, {26, 33}, {40, 33}, {40, 60},
-                                          {90, 75}, {91, 75}, {150, 20}};
+    const TPoint<int> start = brush_scenarios::kStrokeStart;
+    const std::vector<TPoint<int>>& fed = brush_scenarios::kStrokeFed;
     mouse.Press(Client(start));
     ASSERT_EQ(tool.IsPainting(), 1);
     FeedFromThread(fed);
@@ -52,27 +51,21 @@ TEST_F(BrushTool, StrokeLeavingTheWindowKeepsPaintingClippedToTheImage) {
     LoadHardBrush(3.0);
     // The image lies in the middle of the 400 x 300 window; x = 600 is beyond the window's right edge.
     ASSERT_GT(Client({600, 20}).x(), wnd.width());
-    mouse.Press(Client({150, 20}));
+    mouse.Press(Client(brush_scenarios::kLeavingStart));
     // Real moves, as the platform delivers them while the button is held: outside, down, back in.
-    for (const TPoint<int> p :
-         {TPoint<int>{600, 20}, TPoint<int>{600, 100}, TPoint<int>{150, 100}, TPoint<int>{150, -40}})
+    for (const TPoint<int> p : brush_scenarios::kLeavingFed)
         mouse.Move(Client(p));
-    mouse.Release(Client({150, -40}));
+    mouse.Release(Client(brush_scenarios::kLeavingFed.back()));
     const CSelectedRegion* mask = tool.GetCanvas(0, -1);
     ASSERT_NE(mask, nullptr);
-    EXPECT_EQ(mask->Row(20)[199], 0xFFFF);  // on the way out
-    EXPECT_EQ(mask->Row(100)[199], 0xFFFF); // back in on another row: the stroke went on outside
-    EXPECT_EQ(mask->Row(100)[160], 0xFFFF);
-    EXPECT_EQ(mask->Row(0)[150], 0xFFFF); // and out over the top
-    EXPECT_EQ(mask->Row(60)[199], 0);     // the leg outside left nothing inside
-    EXPECT_EQ(mask->Row(60)[100], 0);
+    brush_scenarios::ExpectLeavingStrokeClipped(*mask);
 }
 
 TEST_F(BrushTool, UnloadingDuringAStrokeEndsTheStrokeFirst) {
     LoadHardBrush(4.0);
     mouse.Press(Client({30, 30}));
-    FeedFromThread({{31, 30}, {50, 30}});
     ASSERT_EQ(tool.IsPainting(), 1);
+    FeedFromThread({{31, 30}, {50, 30}});
     wnd.UnloadTool(&tool, 1);
     EXPECT_EQ(tool.IsPainting(), 0);
     EXPECT_FALSE(tool.GetMouseTracker().IsTracking());
@@ -109,6 +102,11 @@ TEST_F(BrushTool, WheelChangesSizeAndWithShiftTheFeather) {
     EXPECT_EQ(tool.OnMouseWheel(MK_CONTROL, 120, QPoint()), 0); // any other key: not the brush's
     EXPECT_EQ(tool.GetBrush().size, 48);
     EXPECT_EQ(panel.Codes(), (Codes{kChanged, kChanged, kChanged, kChanged, kChanged}));
+    // A held button is a stroke under way: the wheel leaves the brush alone.
+    const CBrush held = tool.GetBrush();
+    EXPECT_EQ(tool.OnMouseWheel(MK_LBUTTON, 120, QPoint()), 0);
+    EXPECT_EQ(tool.OnMouseWheel(MK_RBUTTON | MK_SHIFT, 120, QPoint()), 0);
+    EXPECT_TRUE(tool.GetBrush() == held);
     // Clamped at the ends of the ranges.
     tool.SetBrush(CBrush(99, 1, 100, 100));
     tool.OnMouseWheel(0, 120, QPoint());
@@ -291,7 +289,7 @@ TEST_F(BrushTool, ZoomedOutStrokePaintsBothMasksAtTheirScales) {
 
 namespace {
 
-// A tool's own process callback: 255 where the mask (in the output's coordinates) is painted. It
+// A tool's own process callback: 255 where the mask (at (0, 0) over the image) is painted. It
 // records whether it ran off the interface thread, and signals every call.
 struct CallbackRecord {
     std::atomic<int> calls{0};
@@ -304,11 +302,11 @@ CallbackRecord* g_record = nullptr;
 
 void MarkUnderMask(const CBrushTool*, CImageDataInfo& out, const CImageDataInfo& in, CSelectedRegion* mask,
                    int x, int y) {
-    if (mask->x != -x || mask->y != -y)
+    if (mask->x != 0 || mask->y != 0)
         g_record->badPlacement.fetch_add(1);
     for (int j = 0; j < out.height; ++j)
         for (int i = 0; i < out.width; ++i) {
-            const int mx = i - mask->x, my = j - mask->y;
+            const int mx = i + x, my = j + y;
             const bool painted =
                 mx >= 0 && my >= 0 && mx < mask->width && my < mask->height && mask->Row(my)[mx] >= 0x8000;
             for (int c = 0; c < out.channels; ++c)

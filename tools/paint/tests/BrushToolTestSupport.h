@@ -2,6 +2,7 @@
 // A brush tool on a real canvas: a 400 x 300 window at 1:1 showing a 200 x 150 image with a
 // before-image, a host process function that shows the mask (255 where painted), and a panel that
 // records the tool's notifications.
+#include "BrushScenarios.h"
 #include "common/testing/TestImages.h"
 #include "imageprocess/BrushPaint.h"
 #include "imagewnd/CImageWnd.h"
@@ -72,7 +73,7 @@ inline void ShowMaskProcess(const CImageWnd*, CImageDataInfo& dst, const CImageD
 
 class BrushToolFixture : public ::testing::Test {
 protected:
-    static constexpr int kW = 200, kH = 150;
+    static constexpr int kW = brush_scenarios::kW, kH = brush_scenarios::kH;
 
     void SetUp() override {
         kel_qt_test::App();
@@ -126,29 +127,13 @@ protected:
         feeder.join();
     }
     static std::vector<TPoint<int>> Path(TPoint<int> from, const std::vector<TPoint<int>>& to) {
-        std::vector<TPoint<int>> path;
-        for (const auto& p : to) {
-            ImageProcess::AppendBrushLine(from, p, path);
-            from = p;
-        }
-        if (to.empty())
-            path.push_back(from);
-        return path;
+        return brush_scenarios::Path(from, to);
     }
     // The canvas holds 0xFFFF exactly within `outer` of some path pixel, and 0 elsewhere.
     void ExpectUnionOfDiscs(const std::vector<TPoint<int>>& path, double outer) {
         const CSelectedRegion* mask = tool.GetCanvas(0, -1);
         ASSERT_NE(mask, nullptr);
-        for (int y = 0; y < kH; ++y)
-            for (int x = 0; x < kW; ++x) {
-                bool inside = false;
-                for (const auto& c : path)
-                    if (double(x - c.x) * (x - c.x) + double(y - c.y) * (y - c.y) <= outer * outer) {
-                        inside = true;
-                        break;
-                    }
-                ASSERT_EQ(mask->Row(y)[x], inside ? 0xFFFF : 0) << x << "," << y;
-            }
+        brush_scenarios::ExpectUnionOfDiscs(*mask, path, outer);
     }
 
     CBaseWnd parent;
