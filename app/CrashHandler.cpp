@@ -280,7 +280,7 @@ uintptr_t StackPointerOf(void* context) {
 
 void Handler(int sig, siginfo_t* info, void* context) {
     if (g_inHandler) {
-        // A fault inside the handler: give up at once with the original signal.
+        // A fault inside the handler: give up at once with the same signal.
         ::signal(sig, SIG_DFL);
         ::raise(sig);
         return;
