@@ -7,7 +7,8 @@ pkg_check_modules(PNG REQUIRED IMPORTED_TARGET libpng)
 pkg_check_modules(TIFF REQUIRED IMPORTED_TARGET libtiff-4)
 pkg_check_modules(WEBP REQUIRED IMPORTED_TARGET libwebp libwebpdemux libwebpmux)
 pkg_check_modules(EXIV2 REQUIRED IMPORTED_TARGET exiv2)
-# The thread-safe build: raw files are decoded on worker threads.
+# The thread-safe build: raw files are decoded on worker threads. (cmake/KelCtrlConfig.cmake.in and
+# cmake/kelctrl.pc.in repeat this list for installed products.)
 pkg_check_modules(LIBRAW REQUIRED IMPORTED_TARGET libraw_r)
 if(KEL_BUILD_GUI)
   find_package(Qt6 REQUIRED COMPONENTS Core Gui Widgets Network Svg)
