@@ -33,8 +33,13 @@ public:
     std::atomic<bool>* workerReturned = nullptr;
     bool returnedAtDestroy = false;
     int destroys = 0;
+    std::atomic<int> ticks{0};
 
 protected:
+    void OnTimer(uintptr_t id) override {
+        ++ticks;
+        CMultiTaskProgressDlg::OnTimer(id);
+    }
     void OnDestroy() override {
         ++destroys;
         returnedAtDestroy = workerReturned && workerReturned->load();
@@ -51,6 +56,7 @@ struct Job {
     std::atomic<bool> release{false};
     std::atomic<bool> returned{false};
     std::atomic<int> runs{0};
+    std::atomic<int> errors{0};
 };
 
 unsigned RunJob(void* param) {
@@ -204,28 +210,31 @@ TEST_F(ProgressDlg, StopWaitsForAWorkerThatNeverPolls) {
 }
 
 TEST_F(ProgressDlg, ManyUpdatesDuringTicksReachTheControls) {
-    constexpr int kUpdates = 20000;
     constexpr int kErrorEvery = 97;
+    // The worker keeps reporting until several ticks have copied its values meanwhile.
     const auto hammer = [](Job& j) {
-        for (int i = 0; i < kUpdates; ++i) {
-            j.dlg->UpdateTaskProgress(i % 7 + 1, 7, 3, QString("task %1").arg(i));
-            j.dlg->UpdateSetpProgress(i % 100, 100);
-            j.dlg->NextStep();
-            if (i % kErrorEvery == 0)
-                j.dlg->AddErrorItem(QString("error %1").arg(i));
-            (void)j.dlg->IsQuit();
+        auto* dlg = static_cast<WatchedMultiDlg*>(j.dlg);
+        for (int i = 0; i < 20000 || dlg->ticks < 4; ++i) {
+            dlg->UpdateTaskProgress(i % 7 + 1, 7, 3, QString("task %1").arg(i));
+            dlg->UpdateSetpProgress(i % 100, 100);
+            dlg->NextStep();
+            if (i % kErrorEvery == 0) {
+                dlg->AddErrorItem(QString("error %1").arg(i));
+                ++j.errors;
+            }
+            (void)dlg->IsQuit();
         }
         // The last state, which the last tick must show.
-        j.dlg->UpdateTaskProgress(5, 6, 4, "last task");
-        j.dlg->NextStep();
-        j.dlg->UpdateSetpProgress(50, 200);
-        j.dlg->AddErrorItem("last error");
+        dlg->UpdateTaskProgress(5, 6, 4, "last task");
+        dlg->NextStep();
+        dlg->UpdateSetpProgress(50, 200);
+        dlg->AddErrorItem("last error");
+        ++j.errors;
     };
-    const int errorRows = (kUpdates - 1) / kErrorEvery + 1 + 1;
 
     {
         SCOPED_TRACE("steps, no error list");
-        CMultiTaskProgressDlg dlg(1, 0);
+        WatchedMultiDlg dlg(1, 0);
         Job job;
         job.dlg = &dlg;
         job.body = hammer;
@@ -240,12 +249,13 @@ TEST_F(ProgressDlg, ManyUpdatesDuringTicksReachTheControls) {
     }
     {
         SCOPED_TRACE("error list without steps: closes at once, errors and all");
-        CMultiTaskProgressDlg dlg(0, 1);
+        WatchedMultiDlg dlg(0, 1);
         Job job;
         job.dlg = &dlg;
         job.body = hammer;
         EXPECT_EQ(dlg.DoModal("many", RunJob, &job), CBaseDialog::IDOK);
         ASSERT_NE(dlg.GetErrorList(), nullptr);
+        const int errorRows = job.errors;
         ASSERT_EQ(dlg.GetErrorList()->topLevelItemCount(), errorRows) << "no error lost";
         EXPECT_EQ(dlg.GetErrorList()->topLevelItem(errorRows - 1)->text(0), "last error");
         EXPECT_EQ(dlg.GetCountLabel()->text(), "(50/200)");
