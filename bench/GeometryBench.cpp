@@ -16,37 +16,13 @@ namespace {
 
 using namespace ImageProcess;
 
-const CImageDataInfo& Photo(int depth) {
-    static CImageDataInfo images[2];
-    CImageDataInfo& img = images[depth - 1];
-    if (img.IsValid(true))
-        return img;
-    img.Create(6000, 4000, 3, depth);
-    uint32_t seed = 99;
-    for (int y = 0; y < img.height; ++y) {
-        unsigned char* row = img.RowPtr(y);
-        for (int x = 0; x < img.width; ++x)
-            for (int c = 0; c < 3; ++c) {
-                seed = seed * 1664525u + 1013904223u;
-                const uint32_t v8 = ((x * (c + 1) / 40 + y / 30) & 0xFF) ^ ((seed >> 29) & 7);
-                if (depth == 1) {
-                    row[x * 3 + c] = static_cast<unsigned char>(v8);
-                } else {
-                    const uint16_t v = static_cast<uint16_t>(v8 * 257 + ((seed >> 16) & 0xFF));
-                    std::memcpy(row + (x * 3 + c) * 2, &v, 2);
-                }
-            }
-    }
-    return img;
-}
-
 size_t Bytes(const CImageDataInfo& img) {
     return static_cast<size_t>(img.width) * img.height * img.PixelBytes();
 }
 
 // Arguments: interpolation (0 bilinear, 1 bicubic).
 void BM_RotateImageAngle3Degrees(benchmark::State& state) {
-    const CImageDataInfo& src = Photo(1);
+    const CImageDataInfo& src = kel_bench::Photo24MP(1);
     CImageDataInfo dst;
     const auto interp = static_cast<ROTATE_INTERPOLATION>(state.range(0));
     RotateImageAngle(src, dst, 3.0, interp, ARGB32(255, 0, 0, 0), nullptr); // dst's pages in place
@@ -59,7 +35,7 @@ void BM_RotateImageAngle3Degrees(benchmark::State& state) {
 
 // Arguments: depth.
 void BM_LensCorrect(benchmark::State& state) {
-    const CImageDataInfo& src = Photo(static_cast<int>(state.range(0)));
+    const CImageDataInfo& src = kel_bench::Photo24MP(static_cast<int>(state.range(0)));
     CImageDataInfo dst;
     LENSCORRECT_PARAMS p;
     p.distortion = 0.3, p.vertical = 0.2, p.rotate = 2.0, p.scale = 1.05;
@@ -92,7 +68,7 @@ struct WaveMap {
 
 // Arguments: depth, one core (1: rebuild in bands small enough to stay on the calling thread).
 void BM_LiquifyRebuild(benchmark::State& state) {
-    const CImageDataInfo& src = Photo(static_cast<int>(state.range(0)));
+    const CImageDataInfo& src = kel_bench::Photo24MP(static_cast<int>(state.range(0)));
     const bool oneCore = state.range(1) != 0;
     CImageDataInfo dst = src;
     WaveMap m(src);

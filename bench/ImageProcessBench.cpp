@@ -14,31 +14,6 @@ namespace {
 
 using namespace ImageProcess;
 
-// A 6000 x 4000 3-channel photo-like image (smooth ramps plus a little noise), made once per depth.
-const CImageDataInfo& Photo(int depth) {
-    static CImageDataInfo images[2];
-    CImageDataInfo& img = images[depth - 1];
-    if (img.IsValid(true))
-        return img;
-    img.Create(6000, 4000, 3, depth);
-    uint32_t seed = 12345;
-    for (int y = 0; y < img.height; ++y) {
-        unsigned char* row = img.RowPtr(y);
-        for (int x = 0; x < img.width; ++x)
-            for (int c = 0; c < 3; ++c) {
-                seed = seed * 1664525u + 1013904223u;
-                const uint32_t v8 = ((x * (c + 1) / 40 + y / 30) & 0xFF) ^ ((seed >> 29) & 7);
-                if (depth == 1) {
-                    row[x * 3 + c] = static_cast<unsigned char>(v8);
-                } else {
-                    const uint16_t v = static_cast<uint16_t>(v8 * 257 + ((seed >> 16) & 0xFF));
-                    std::memcpy(row + (x * 3 + c) * 2, &v, 2);
-                }
-            }
-    }
-    return img;
-}
-
 std::vector<unsigned short> SCurve() {
     std::vector<unsigned short> c(65536);
     for (int i = 0; i < 65536; ++i) {
@@ -53,7 +28,7 @@ size_t ImageBytes(const CImageDataInfo& img) {
 }
 
 void BM_CopyImage(benchmark::State& state) {
-    const CImageDataInfo& src = Photo(static_cast<int>(state.range(0)));
+    const CImageDataInfo& src = kel_bench::Photo24MP(static_cast<int>(state.range(0)));
     CImageDataInfo dst;
     dst.Create(src.width, src.height, src.channels, src.depth);
     std::memset(dst.data.data(), 0, dst.data.byte_size());
@@ -65,7 +40,7 @@ void BM_CopyImage(benchmark::State& state) {
 }
 
 void BM_ApplyCurveToImage(benchmark::State& state) {
-    const CImageDataInfo& src = Photo(static_cast<int>(state.range(0)));
+    const CImageDataInfo& src = kel_bench::Photo24MP(static_cast<int>(state.range(0)));
     const auto curve = SCurve();
     CImageDataInfo dst;
     dst.Create(src.width, src.height, src.channels, src.depth);
@@ -79,7 +54,7 @@ void BM_ApplyCurveToImage(benchmark::State& state) {
 
 // Arguments: depth, algorithm, divisor of both sides.
 void BM_ResizeImage(benchmark::State& state) {
-    const CImageDataInfo& src = Photo(static_cast<int>(state.range(0)));
+    const CImageDataInfo& src = kel_bench::Photo24MP(static_cast<int>(state.range(0)));
     const auto algorithm = static_cast<RESIZE_ALGORITHM>(state.range(1));
     const int div = static_cast<int>(state.range(2));
     CImageDataInfo dst;
@@ -94,7 +69,7 @@ void BM_ResizeImage(benchmark::State& state) {
 // Arguments: width, height, with curve and transform (1) or plain (0), and whether wide-vector code
 // ran just before (the conversion must not slow down after it). 8-bit source.
 void BM_DisplayConversion(benchmark::State& state) {
-    const CImageDataInfo& src = Photo(1);
+    const CImageDataInfo& src = kel_bench::Photo24MP(1);
     const int w = static_cast<int>(state.range(0)), h = static_cast<int>(state.range(1));
     const auto curve = SCurve();
     std::vector<unsigned char> display(static_cast<size_t>(w) * h * 4, 0);
@@ -119,7 +94,7 @@ void BM_DisplayConversion(benchmark::State& state) {
 // Raw development of 24 MP linear camera data: white balance, clipping and a full 3 x 3 camera matrix,
 // in place (the work is the same whatever the values, so one image serves every iteration).
 void BM_RawDevelop(benchmark::State& state) {
-    CImageDataInfo work = Photo(2);
+    CImageDataInfo work = kel_bench::Photo24MP(2);
     RAW_CONVERSION raw;
     raw.valid = 1;
     raw.cameraMultipliers[0] = 2.1f;
@@ -139,12 +114,12 @@ void BM_FakeRaw(benchmark::State& state) {
     CImageDataInfo work;
     for (auto _ : state) {
         state.PauseTiming();
-        work = Photo(1);
+        work = kel_bench::Photo24MP(1);
         state.ResumeTiming();
         ConvertImageToFakeRaw(work, ColorProfile::GetSRGBProfile());
         benchmark::ClobberMemory();
     }
-    kel_bench::ReportThroughput(state, kel_bench::k24MP, ImageBytes(Photo(1)));
+    kel_bench::ReportThroughput(state, kel_bench::k24MP, ImageBytes(kel_bench::Photo24MP(1)));
 }
 
 } // namespace
