@@ -272,17 +272,22 @@ TEST_F(AppTest, OnlyTheOwningInstanceClearsFoldersAtExit) {
     EXPECT_TRUE(QDir(first.GetTempFolder()).exists());
 }
 
+namespace {
+// Runs a product as a child process does: its program name and the file from KEL_TEST_CHILD_FILE.
+int RunAsChild(TestProduct& product) {
+    char arg0[] = "keltest";
+    QByteArray file = qEnvironmentVariable("KEL_TEST_CHILD_FILE").toLocal8Bit();
+    char* argv[] = {arg0, file.data(), nullptr};
+    return product.Run(2, argv);
+}
+} // namespace
+
 // Runs only as the child of SecondProcessHandsOverItsCommandLine.
 TEST(SecondInstanceChild, DISABLED_Run) {
     const QString data = qEnvironmentVariable("KEL_TEST_CHILD_DATA");
     ASSERT_FALSE(data.isEmpty());
     TestProduct child(data);
-    char arg0[] = "keltest";
-    const QByteArray file = qEnvironmentVariable("KEL_TEST_CHILD_FILE").toLocal8Bit();
-    std::vector<char> arg1(file.begin(), file.end());
-    arg1.push_back(0);
-    char* argv[] = {arg0, arg1.data(), nullptr};
-    const int code = child.Run(2, argv);
+    const int code = RunAsChild(child);
     printf("CHILD_RESULT messages=%d code=%d\n", int(child.messages.size()), code);
 }
 
@@ -293,12 +298,7 @@ TEST(FirstInstanceChild, DISABLED_Run) {
     ASSERT_FALSE(data.isEmpty());
     TestProduct child(data);
     child.beforeMainWindow = [] { QTimer::singleShot(0, qApp, &QCoreApplication::quit); };
-    char arg0[] = "keltest";
-    const QByteArray file = qEnvironmentVariable("KEL_TEST_CHILD_FILE").toLocal8Bit();
-    std::vector<char> arg1(file.begin(), file.end());
-    arg1.push_back(0);
-    char* argv[] = {arg0, arg1.data(), nullptr};
-    const int code = child.Run(2, argv);
+    const int code = RunAsChild(child);
     printf("CHILD_FILES=%s|\nCHILD_CODE=%d\n", child.GetCmdLineFiles().join(';').toLocal8Bit().constData(),
            code);
 }

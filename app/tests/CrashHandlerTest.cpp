@@ -199,11 +199,17 @@ bool ReapChild(pid_t pid, int& status) {
     ::waitpid(pid, &status, 0);
     return false;
 }
-} // namespace
 
-TEST(CrashHandler, ReporterStartsWhenAForkWouldHang) {
-    const fs::path dump = DumpPath("nofork");
-    const fs::path out = DumpPath("nofork_out");
+struct ReporterOutcome {
+    bool endedByItself = false;
+    bool signalled = false;
+    std::string reporterLine; // what the reporter program wrote: "name|record"
+};
+
+// Crashes a child with `sig` after `beforeCrash`, with the default reporter set to a shell that writes
+// its two last arguments to a file; returns what the parent sees.
+template <typename F> ReporterOutcome CrashWithDefaultReporter(const fs::path& dump, int sig, F beforeCrash) {
+    const fs::path out = dump.string() + ".out";
     const std::string script = "echo \"$1|$2\" > " + out.string();
     const char* args[] = {"-c", script.c_str(), "sh"};
     const pid_t pid = ::fork();
@@ -212,45 +218,36 @@ TEST(CrashHandler, ReporterStartsWhenAForkWouldHang) {
         SetCrashDumpPath(dump.c_str());
         SetCrashReporter(nullptr);
         SetCrashReporterCommand("/bin/sh", args, 3);
-        ::pthread_atfork(&BlockingForkPrepare, nullptr, nullptr);
-        g_blockForks = 1; // from here on a fork() would never return
-        std::raise(SIGSEGV);
+        beforeCrash();
+        std::raise(sig);
         ::_exit(0);
     }
+    ReporterOutcome r;
     int status = 0;
-    EXPECT_TRUE(ReapChild(pid, status)) << "the crashing process hung";
-    EXPECT_TRUE(WIFSIGNALED(status));
-    EXPECT_EQ(WaitForLine(out), "Access Violation|" + dump.string());
+    r.endedByItself = ReapChild(pid, status);
+    r.signalled = WIFSIGNALED(status);
+    r.reporterLine = WaitForLine(out); // the reporter writes after the crash
     fs::remove(dump);
     fs::remove(out);
+    return r;
+}
+} // namespace
+
+TEST(CrashHandler, ReporterStartsWhenAForkWouldHang) {
+    const fs::path dump = DumpPath("nofork");
+    const ReporterOutcome r = CrashWithDefaultReporter(dump, SIGSEGV, [] {
+        ::pthread_atfork(&BlockingForkPrepare, nullptr, nullptr);
+        g_blockForks = 1; // from here on a fork() would never return
+    });
+    EXPECT_TRUE(r.endedByItself) << "the crashing process hung";
+    EXPECT_TRUE(r.signalled);
+    EXPECT_EQ(r.reporterLine, "Access Violation|" + dump.string());
 }
 
 TEST(CrashHandler, DefaultReporterStartsTheReporterProcess) {
     // The default reporter runs a separate program with the name and the record's path appended.
     const fs::path dump = DumpPath("rep");
-    const fs::path out = DumpPath("rep_out");
-    const std::string script = "echo \"$1|$2\" > " + out.string();
-    const char* args[] = {"-c", script.c_str(), "sh"};
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        InstallExceptionHandler();
-        SetCrashDumpPath(dump.c_str());
-        SetCrashReporter(nullptr);
-        SetCrashReporterCommand("/bin/sh", args, 3);
-        std::raise(SIGILL);
-        ::_exit(0);
-    }
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status));
-    std::string line;
-    for (int i = 0; i < 200 && line.empty(); ++i) { // the grandchild writes after the crash
-        std::ifstream in(out);
-        std::getline(in, line);
-        if (line.empty())
-            ::usleep(10000);
-    }
-    EXPECT_EQ(line, "Illegal Instruction|" + dump.string());
-    fs::remove(dump);
-    fs::remove(out);
+    const ReporterOutcome r = CrashWithDefaultReporter(dump, SIGILL, [] {});
+    EXPECT_TRUE(r.signalled);
+    EXPECT_EQ(r.reporterLine, "Illegal Instruction|" + dump.string());
 }
