@@ -165,16 +165,24 @@ template <typename F> int Guarded(F&& f) {
     }
 }
 
-} // namespace
-
-int RawReadInfo(const unsigned char* data, size_t size, FILEINFO& info) {
+// Opens the bytes in a fresh processor (sizes checked by Open) and runs body on it, every exception
+// turned into an error code.
+template <typename Body> int WithOpenRaw(const unsigned char* data, size_t size, Body&& body) {
     return Guarded([&]() -> int {
         auto lr = NewProcessor();
         if (!lr)
             return ERR_OUT_OF_MEMORY;
         if (const int rc = Open(*lr, data, size); rc != ERR_OK)
             return rc;
-        const libraw_image_sizes_t& s = lr->imgdata.sizes;
+        return body(*lr);
+    });
+}
+
+} // namespace
+
+int RawReadInfo(const unsigned char* data, size_t size, FILEINFO& info) {
+    return WithOpenRaw(data, size, [&](LibRaw& lr) -> int {
+        const libraw_image_sizes_t& s = lr.imgdata.sizes;
         info.format = IMAGE_FORMAT_CAMERA_RAW;
         info.isCameraRaw = 1;
         info.storedWidth = s.width;
@@ -183,30 +191,25 @@ int RawReadInfo(const unsigned char* data, size_t size, FILEINFO& info) {
         info.bitDepth = 16;
         info.orientation = OrientationOfFlip(s.flip);
         if (info.cameraMake.empty())
-            info.cameraMake = lr->imgdata.idata.make;
+            info.cameraMake = lr.imgdata.idata.make;
         if (info.cameraModel.empty())
-            info.cameraModel = lr->imgdata.idata.model;
+            info.cameraModel = lr.imgdata.idata.model;
         return ERR_OK;
     });
 }
 
 int RawDecode(const unsigned char* data, size_t size, CImageDataInfo& image, RawOutput output,
               ImageProcess::RAW_CONVERSION* raw) {
-    return Guarded([&]() -> int {
-        auto lr = NewProcessor();
-        if (!lr)
-            return ERR_OUT_OF_MEMORY;
-        if (const int rc = Open(*lr, data, size); rc != ERR_OK)
-            return rc;
-        SetOutput(*lr, output);
-        if (const int rc = lr->unpack(); rc != LIBRAW_SUCCESS)
+    return WithOpenRaw(data, size, [&](LibRaw& lr) -> int {
+        SetOutput(lr, output);
+        if (const int rc = lr.unpack(); rc != LIBRAW_SUCCESS)
             return CodeOf(rc);
         if (raw)
-            FillRecord(*lr, *raw);
-        if (const int rc = lr->dcraw_process(); rc != LIBRAW_SUCCESS)
+            FillRecord(lr, *raw);
+        if (const int rc = lr.dcraw_process(); rc != LIBRAW_SUCCESS)
             return CodeOf(rc);
         int err = LIBRAW_SUCCESS;
-        ProcessedImage processed(lr->dcraw_make_mem_image(&err));
+        ProcessedImage processed(lr.dcraw_make_mem_image(&err));
         if (!processed)
             return err == LIBRAW_SUCCESS ? static_cast<int>(ERR_OUT_OF_MEMORY) : CodeOf(err);
         return CopyProcessed(*processed, image);
@@ -214,23 +217,18 @@ int RawDecode(const unsigned char* data, size_t size, CImageDataInfo& image, Raw
 }
 
 int RawReadPreview(const unsigned char* data, size_t size, Bytes& jpeg, CImageDataInfo& bitmap) {
-    return Guarded([&]() -> int {
-        auto lr = NewProcessor();
-        if (!lr)
-            return ERR_OUT_OF_MEMORY;
-        if (const int rc = Open(*lr, data, size); rc != ERR_OK)
-            return rc;
-        const libraw_thumbnail_t& t = lr->imgdata.thumbnail;
+    return WithOpenRaw(data, size, [&](LibRaw& lr) -> int {
+        const libraw_thumbnail_t& t = lr.imgdata.thumbnail;
         // The format is known only after unpack_thumb; the length says whether there is one.
         if (t.tlength == 0)
             return ERR_CAMERA_RAW;
         if (const int rc = CheckImageSize(t.twidth, t.theight); rc != ERR_OK)
             return rc;
-        if (const int rc = lr->unpack_thumb(); rc != LIBRAW_SUCCESS)
+        if (const int rc = lr.unpack_thumb(); rc != LIBRAW_SUCCESS)
             return rc == LIBRAW_NO_THUMBNAIL || rc == LIBRAW_UNSUPPORTED_THUMBNAIL ? ERR_CAMERA_RAW
                                                                                    : CodeOf(rc);
         int err = LIBRAW_SUCCESS;
-        ProcessedImage thumb(lr->dcraw_make_mem_thumb(&err));
+        ProcessedImage thumb(lr.dcraw_make_mem_thumb(&err));
         if (!thumb)
             return err == LIBRAW_SUCCESS ? static_cast<int>(ERR_CAMERA_RAW) : CodeOf(err);
         if (thumb->type == LIBRAW_IMAGE_JPEG) {
