@@ -350,4 +350,15 @@ void CBaseDialog::showEvent(QShowEvent* e) {
     m_dpiWatcher.WatchScreen();
 }
 
+void CBaseDialog::MoveToOwnerCentre(int width, int height) {
+    const QWidget* reference = parentWidget() ? parentWidget()->window() : nullptr;
+    QRect area;
+    if (reference && reference->isVisible())
+        area = reference->geometry();
+    else if (QScreen* screen = QGuiApplication::primaryScreen())
+        area = screen->availableGeometry();
+    const QPoint topLeft = area.isValid() ? area.center() - QPoint(width / 2, height / 2) : QPoint();
+    MoveWindow(topLeft.x(), topLeft.y(), width, height, 0);
+}
+
 } // namespace KELCTRL

@@ -96,6 +96,9 @@ public:
     QImage RenderClient();
 
 protected:
+    // Places the dialog at width x height, centred on its owner's window when that is shown, else on
+    // the primary screen's work area.
+    void MoveToOwnerCentre(int width, int height);
     // Children are created here. The base does nothing and returns 1.
     virtual int OnInitDialog();
     virtual void OnDestroy();

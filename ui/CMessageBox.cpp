@@ -182,14 +182,7 @@ void CMessageBox::PlaceDialog() {
         height += m_dontAskBox->sizeHint().height() + gap;
     height += buttonHeight + margin;
 
-    const QWidget* reference = parentWidget() ? parentWidget()->window() : nullptr;
-    QRect area;
-    if (reference && reference->isVisible())
-        area = reference->geometry();
-    else if (QScreen* screen = QGuiApplication::primaryScreen())
-        area = screen->availableGeometry();
-    const QPoint topLeft = area.isValid() ? area.center() - QPoint(width / 2, height / 2) : QPoint();
-    MoveWindow(topLeft.x(), topLeft.y(), width, height, 0);
+    MoveToOwnerCentre(width, height);
 }
 
 void CMessageBox::AdjustCtrls(int width, int height) {

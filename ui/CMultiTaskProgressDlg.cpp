@@ -175,14 +175,7 @@ int CMultiTaskProgressDlg::OnInitDialog() {
         height += scaledY(kListHeight) + gap;
     height += (info ? info->buttonHeight : 30) + margin;
     const int width = info ? info->ScaledSizeX(kDialogWidth) : kDialogWidth;
-    const QWidget* reference = parentWidget() ? parentWidget()->window() : nullptr;
-    QRect area;
-    if (reference && reference->isVisible())
-        area = reference->geometry();
-    else if (QScreen* screen = QGuiApplication::primaryScreen())
-        area = screen->availableGeometry();
-    const QPoint topLeft = area.isValid() ? area.center() - QPoint(width / 2, height / 2) : QPoint();
-    MoveWindow(topLeft.x(), topLeft.y(), width, height, 0);
+    MoveToOwnerCentre(width, height);
     AdjustCtrls();
 
     m_thread.Start(m_worker, m_param);

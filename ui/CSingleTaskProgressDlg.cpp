@@ -65,13 +65,7 @@ int CSingleTaskProgressDlg::OnInitDialog() {
         reference ? reference->width() * 4 / 5 : (info ? info->ScaledSizeX(kDefaultWidth) : kDefaultWidth);
     const int height = margin * 2 + m_textLabel->fontMetrics().height() + gap +
                        (info ? info->ScaledSizeY(kBarHeight) : kBarHeight);
-    QRect area;
-    if (reference && reference->isVisible())
-        area = reference->geometry();
-    else if (QScreen* screen = QGuiApplication::primaryScreen())
-        area = screen->availableGeometry();
-    const QPoint topLeft = area.isValid() ? area.center() - QPoint(width / 2, height / 2) : QPoint();
-    MoveWindow(topLeft.x(), topLeft.y(), width, height, 0);
+    MoveToOwnerCentre(width, height);
     AdjustCtrls();
 
     m_thread.Start(m_worker, m_param);
