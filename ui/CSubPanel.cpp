@@ -1,5 +1,7 @@
 #include "ui/CSubPanel.h"
 
+#include <QThread>
+
 namespace KELCTRL {
 
 CSubPanel::CSubPanel(QWidget* parent) : CBaseWnd(parent) {}
@@ -17,6 +19,38 @@ void CSubPanel::Cancel() {
 void CSubPanel::AskParentClose() {
     if (CBaseWnd* parent = GetParentWnd())
         parent->SendMessage(WM_SUBPANEL_CLOSE, GetDlgCtrlID(), reinterpret_cast<intptr_t>(this));
+}
+
+void CSubPanel::Update() {
+    if (QThread::currentThread() != thread()) {
+        PostMessage(WM_SUBPANEL_UPDATE);
+        return;
+    }
+    CSubPanel* outermost = this;
+    for (QWidget* w = parentWidget(); w; w = w->parentWidget())
+        if (auto* panel = dynamic_cast<CSubPanel*>(w))
+            outermost = panel;
+    if (outermost != this) {
+        outermost->Update();
+        return;
+    }
+    const int height = GetHeight(GetUISizeInfo());
+    if (height == GetClientHeight()) {
+        Redraw(nullptr, 1);
+        return;
+    }
+    const QRect g = geometry();
+    MoveWindow(g.x(), g.y(), g.width(), height, 1);
+    NMHDR header;
+    NotifyParent(NM_HEIGHT_CHANGED, header);
+}
+
+intptr_t CSubPanel::WindowProc(unsigned msg, uintptr_t wParam, intptr_t lParam) {
+    if (msg == WM_SUBPANEL_UPDATE) {
+        Update();
+        return 1;
+    }
+    return CBaseWnd::WindowProc(msg, wParam, lParam);
 }
 
 void CSubPanel::SetCancelHook(const void* owner, std::function<void()> hook) {

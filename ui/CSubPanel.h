@@ -21,6 +21,11 @@ public:
     static constexpr unsigned IDC_HELP = 2004;
     // Sent to the parent by AskParentClose and Cancel: wParam the panel's id, lParam the panel.
     static constexpr unsigned WM_SUBPANEL_CLOSE = 1029;
+    // Posted to itself by Update when called off the UI thread.
+    static constexpr unsigned WM_SUBPANEL_UPDATE = 1039;
+    // Sent to the parent (WM_NOTIFY) when Update gave the panel a new height, so that whatever
+    // stacks panels can move the ones below.
+    static constexpr unsigned NM_HEIGHT_CHANGED = 105;
 
     explicit CSubPanel(QWidget* parent = nullptr);
 
@@ -30,11 +35,18 @@ public:
     virtual void Cancel();
     // Asks the parent to close the panel.
     void AskParentClose();
+    // Brings the panel to the height GetHeight asks for, or redraws it when the height is right.
+    // Inside another sub-panel the outermost one does this for the whole. Callable from any thread:
+    // off the UI thread it posts WM_SUBPANEL_UPDATE to itself and returns.
+    virtual void Update();
 
     // The tool a panel controls marks itself here, so that Cancel can flag it; `owner` identifies
     // the binding so that only its owner can remove it.
     void SetCancelHook(const void* owner, std::function<void()> hook);
     void ClearCancelHook(const void* owner);
+
+protected:
+    intptr_t WindowProc(unsigned msg, uintptr_t wParam, intptr_t lParam) override;
 
 private:
     const void* m_cancelOwner = nullptr;
