@@ -1,5 +1,7 @@
 #include "ui/CSubPanel.h"
 
+#include "ui/CAccordionTitlePanel.h"
+
 #include <QThread>
 
 namespace KELCTRL {
@@ -43,6 +45,27 @@ void CSubPanel::Update() {
     MoveWindow(g.x(), g.y(), g.width(), height, 1);
     NMHDR header;
     NotifyParent(NM_HEIGHT_CHANGED, header);
+}
+
+namespace {
+
+CAccordionTitlePanel* TitlePanelOf(const QWidget* panel) {
+    for (QWidget* w = panel->parentWidget(); w; w = w->parentWidget())
+        if (auto* title = dynamic_cast<CAccordionTitlePanel*>(w))
+            return title;
+    return nullptr;
+}
+
+} // namespace
+
+QString CSubPanel::GetAccordionTitlePanelTitle() const {
+    const CAccordionTitlePanel* title = TitlePanelOf(this);
+    return title ? title->GetTitle() : QString();
+}
+
+intptr_t CSubPanel::SendMessageToAccordionTitlePanel(unsigned msg, uintptr_t wParam, intptr_t lParam) {
+    CAccordionTitlePanel* title = TitlePanelOf(this);
+    return title ? title->SendMessage(msg, wParam, lParam) : 0;
 }
 
 intptr_t CSubPanel::WindowProc(unsigned msg, uintptr_t wParam, intptr_t lParam) {

@@ -40,6 +40,11 @@ public:
     // off the UI thread it posts WM_SUBPANEL_UPDATE to itself and returns.
     virtual void Update();
 
+    // The title of the accordion entry holding this panel; empty outside an accordion.
+    QString GetAccordionTitlePanelTitle() const;
+    // Sends a message to the accordion entry holding this panel; 0 outside an accordion.
+    intptr_t SendMessageToAccordionTitlePanel(unsigned msg, uintptr_t wParam, intptr_t lParam);
+
     // The tool a panel controls marks itself here, so that Cancel can flag it; `owner` identifies
     // the binding so that only its owner can remove it.
     void SetCancelHook(const void* owner, std::function<void()> hook);
