@@ -143,6 +143,18 @@ intptr_t CAccordionPanelHost::OnNotify(uintptr_t ctrlId, NMHDR* header) {
     }
 }
 
+intptr_t CAccordionPanelHost::OnDPIChanged(uintptr_t wParam, const QRect* rect) {
+    m_batch = true;
+    const intptr_t result = CBaseWnd::OnDPIChanged(wParam, rect);
+    m_batch = false;
+    if (!m_entries.empty() && m_entries[0]->y() != 0) {
+        const QRect g = m_entries[0]->geometry();
+        m_entries[0]->MoveWindow(g.x(), 0, g.width(), g.height(), 1);
+    }
+    ArrangePanels(0);
+    return result;
+}
+
 void CAccordionPanelHost::AdjustCtrls(int width, int height) {
     for (CAccordionTitlePanel* entry : m_entries) {
         const QRect g = entry->geometry();

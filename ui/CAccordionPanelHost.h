@@ -49,6 +49,8 @@ protected:
     // An entry opened: in single-open mode the others close unless pinned; then all restack.
     virtual void OnPanelExpanded(int position);
     intptr_t OnNotify(uintptr_t ctrlId, NMHDR* header) override;
+    // Entries take their new heights first; one restack follows.
+    intptr_t OnDPIChanged(uintptr_t wParam, const QRect* rect) override;
 
 private:
     int PositionOf(const CBaseWnd* entry) const;

@@ -91,6 +91,16 @@ intptr_t CAccordionTitlePanel::OnNotify(uintptr_t ctrlId, NMHDR* header) {
     return CBaseWnd::OnNotify(ctrlId, header);
 }
 
+intptr_t CAccordionTitlePanel::OnDPIChanged(uintptr_t wParam, const QRect* rect) {
+    const intptr_t result = CBaseWnd::OnDPIChanged(wParam, rect);
+    if (m_body)
+        m_body->Refit();
+    const QRect g = geometry();
+    MoveWindow(g.x(), g.y(), g.width(), GetWantedHeight(), 1);
+    AdjustCtrls();
+    return result;
+}
+
 QRect CAccordionTitlePanel::SwitchRect() const {
     const CUISizeInfo* info = GetUISizeInfo();
     const int w = info ? info->ScaledSizeX(SWITCH_WIDTH) : SWITCH_WIDTH;

@@ -46,6 +46,8 @@ protected:
     void OnInitWnd() override;
     intptr_t WindowProc(unsigned msg, uintptr_t wParam, intptr_t lParam) override;
     intptr_t OnNotify(uintptr_t ctrlId, NMHDR* header) override;
+    // The strip and the panel inside change size with the dpi; the host restacks afterwards.
+    intptr_t OnDPIChanged(uintptr_t wParam, const QRect* rect) override;
     void OnLButtonDown(unsigned flags, const QPoint& point) override;
     void OnPaint(QPainter& painter, int width, int height) override;
 

@@ -64,6 +64,11 @@ void CCollapsibleWnd::FitCurrent() {
     Resize(line + height);
 }
 
+void CCollapsibleWnd::Refit() {
+    if (!m_collapsed)
+        FitCurrent();
+}
+
 void CCollapsibleWnd::Expand() {
     const bool changed = m_collapsed;
     m_collapsed = false;

@@ -31,6 +31,8 @@ public:
     // Shrinks to nothing and hides the panel.
     void Collapse();
     int IsCollapsed() const { return m_collapsed ? 1 : 0; }
+    // Measures the open panel again and fits round it, telling nobody (after a dpi change).
+    void Refit();
 
     using CBaseWnd::AdjustCtrls;
     void AdjustCtrls(int width, int height) override;

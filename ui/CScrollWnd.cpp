@@ -161,6 +161,13 @@ intptr_t CScrollWnd::OnNotify(uintptr_t ctrlId, NMHDR* header) {
     return CBaseWnd::OnNotify(ctrlId, header);
 }
 
+intptr_t CScrollWnd::OnDPIChanged(uintptr_t wParam, const QRect* rect) {
+    const intptr_t result = CBaseWnd::OnDPIChanged(wParam, rect);
+    // The content may have changed height with the dpi after this window was laid out.
+    AdjustCtrls();
+    return result;
+}
+
 int CScrollWnd::OnMouseWheel(unsigned, short delta, const QPoint&) {
     const CUISizeInfo* info = GetUISizeInfo();
     if (!m_bar || m_bar->GetMaxPos() == 0)

@@ -48,6 +48,7 @@ protected:
     intptr_t WindowProc(unsigned msg, uintptr_t wParam, intptr_t lParam) override;
     intptr_t OnNotify(uintptr_t ctrlId, NMHDR* header) override;
     int OnMouseWheel(unsigned flags, short delta, const QPoint& point) override;
+    intptr_t OnDPIChanged(uintptr_t wParam, const QRect* rect) override;
 
 private:
     int ContentLeft() const;

@@ -177,4 +177,36 @@ TEST_P(AccordionDpi, ASubPanelReachesItsTitlePanel) {
     EXPECT_EQ(loose.SendMessageToAccordionTitlePanel(CAccordionTitlePanel::WM_ATP_EXPAND, 1, 0), 0);
 }
 
+TEST_P(AccordionDpi, ADpiChangeKeepsTheStack) {
+    class Scaled : public Sized {
+    public:
+        Scaled() : Sized(0) {}
+        int GetHeight(const CUISizeInfo* info) override { return want = info->ScaledSizeY(50); }
+    };
+    Spy host;
+    host.Create(nullptr, QRect(0, 0, 300, 10), 1, 1);
+    std::vector<std::unique_ptr<Scaled>> subs;
+    for (int i = 0; i < 3; ++i) {
+        subs.push_back(std::make_unique<Scaled>());
+        host.AddPanel(subs.back().get(), QStringLiteral("s"), i != 1);
+    }
+    const int before = host.GetPanelTotalHeight();
+    const unsigned next = dpi == 96 ? 192 : 96;
+    dpi = next;
+    const QRect same = host.geometry();
+    host.SendMessage(WM_DPICHANGED, MakeDpiWParam(next, next), reinterpret_cast<intptr_t>(&same));
+    int y = 0;
+    for (int i = 0; i < 3; ++i) {
+        const CAccordionTitlePanel* entry = host.GetPanelByPos(i);
+        EXPECT_EQ(entry->y(), y) << i;
+        const int body = host.IsCollapsed(i) ? 0 : entry->GetUISizeInfo()->splitLineHeight + subs[i]->want;
+        EXPECT_EQ(entry->height(), entry->GetTitleHeight() + body) << i;
+        EXPECT_EQ(subs[i]->height(), host.IsCollapsed(i) ? subs[i]->height() : subs[i]->want);
+        y += entry->height();
+    }
+    EXPECT_EQ(host.GetClientHeight(), y);
+    EXPECT_NE(y, before);
+    subs.clear();
+}
+
 INSTANTIATE_TEST_SUITE_P(Dpi, AccordionDpi, ::testing::Values(96u, 144u));
