@@ -240,7 +240,8 @@ TEST_P(HostDpi, HoverRevealsAndTheTimerTickHides) {
     kel_qt_test::Mouse(bar).Move(QPoint(1, 1));
     EXPECT_EQ(bar.GetBarState(), CDockableBar::BAR_HIDDEN);
     EXPECT_TRUE(panel.isHidden());
-    kel_qt_test::Mouse(f.centre).Move(QPoint(5, 5)); // the pointer leaves the bar
+    QEvent leave(QEvent::Leave); // the pointer leaves the bar
+    QApplication::sendEvent(&bar, &leave);
 
     active = true;
     kel_qt_test::Mouse(bar).Move(QPoint(1, 2));
@@ -299,13 +300,16 @@ TEST_P(HostDpi, ClickDocksAndUndocksAndTheHostRelayouts) {
         CDockableBar& bar = *f.Bar(side);
         const QRect before = f.centre.geometry();
         const int changes = f.host.panelChanges;
-        kel_qt_test::Mouse(bar).Press(QPoint(2, 2));
+        kel_qt_test::Mouse mouse(bar); // one mouse: two presses far apart in time, not a double click
+        mouse.Press(QPoint(2, 2));
+        mouse.Release(QPoint(2, 2));
         EXPECT_EQ(bar.GetBarState(), CDockableBar::BAR_DOCKED);
         EXPECT_EQ(f.host.panelChanges, changes + 1);
         const QRect docked = f.centre.geometry();
         EXPECT_FALSE(docked.intersects(f.panels[side]->geometry()));
         EXPECT_TRUE(before.contains(docked) && docked != before) << "docking shrinks the centre";
-        kel_qt_test::Mouse(bar).Press(QPoint(2, 2));
+        mouse.Press(QPoint(2, 2));
+        mouse.Release(QPoint(2, 2));
         EXPECT_EQ(bar.GetBarState(), CDockableBar::BAR_HIDDEN);
         EXPECT_EQ(f.host.panelChanges, changes + 2);
         EXPECT_EQ(f.centre.geometry(), before);
@@ -323,6 +327,8 @@ TEST_P(HostDpi, PanelEdgeDragStaysBetweenScaledLimits) {
         p.SetMinMax(40, 30, 200, 90);
         const int lo = p.IsVertical() ? info.ScaledSizeX(40) : info.ScaledSizeY(30);
         const int hi = p.IsVertical() ? info.ScaledSizeX(200) : info.ScaledSizeY(90);
+        // One mouse for all drags of a side, so that two presses are never taken for a double click.
+        kel_qt_test::Mouse mouse(p);
         // The edge follows the pointer by `d` pixels towards the centre (positive) or away.
         auto dragBy = [&](int d) {
             const QPoint start = p.GetTrackRect().center();
@@ -341,7 +347,6 @@ TEST_P(HostDpi, PanelEdgeDragStaysBetweenScaledLimits) {
                 delta = QPoint(-d, 0);
                 break;
             }
-            kel_qt_test::Mouse mouse(p);
             mouse.Press(start);
             const QPoint startInParent = p.mapToParent(start);
             mouse.Move(p.mapFromParent(startInParent + delta));
