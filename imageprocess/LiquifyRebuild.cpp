@@ -29,12 +29,14 @@ template <typename T, int C> void RebuildEdgePixel(const Plane& s, T* out, int64
     Blend4<T, C>(ra + xa, ra + xb, rb + xa, rb + xb, w4, out);
 }
 
-template <typename T, int C> inline void RebuildPixel(const Plane& s, T* out, const float* e) {
+// lastX, lastY: the image's last column and row, the bounds of the interior test.
+template <typename T, int C>
+[[gnu::always_inline]] inline void RebuildPixel(const Plane& s, uint32_t lastX, uint32_t lastY, T* out,
+                                                const float* e) {
     const int64_t fx = ToFixed(e[0]), fy = ToFixed(e[1]);
     const int64_t ix = fx >> 16, iy = fy >> 16;
     // Interior test in unsigned arithmetic: one compare per axis covers both ends.
-    if (static_cast<uint64_t>(ix) >= static_cast<uint32_t>(s.width - 1) ||
-        static_cast<uint64_t>(iy) >= static_cast<uint32_t>(s.height - 1)) {
+    if (static_cast<uint64_t>(ix) >= lastX || static_cast<uint64_t>(iy) >= lastY) {
         RebuildEdgePixel<T, C>(s, out, fx, fy);
         return;
     }
@@ -47,9 +49,10 @@ template <typename T, int C> inline void RebuildPixel(const Plane& s, T* out, co
 template <typename T, int C>
 void RebuildRowScalar(const Plane& s, T* out, const float* map, const unsigned char* touched, int x0,
                       int x1) {
+    const auto lastX = static_cast<uint32_t>(s.width - 1), lastY = static_cast<uint32_t>(s.height - 1);
     for (int x = x0; x < x1; ++x)
         if (touched[x])
-            RebuildPixel<T, C>(s, out + x * C, map + 2 * x);
+            RebuildPixel<T, C>(s, lastX, lastY, out + x * C, map + 2 * x);
 }
 
 #if defined(__SSE2__)
