@@ -112,3 +112,17 @@ TEST(GrowColorRegionFlood, FollowsAWindingPathBothWaysAndNoFurther) {
         }
     EXPECT_EQ(selected, pathPixels);
 }
+
+TEST(GrowColorRegionFlood, ImageLargeEnoughForThreadsGivesTheSeededPart) {
+    // Above a megapixel the match pass runs on several threads and the per-row counts decide which rows
+    // the cleanup visits; both must leave exactly the seeded part.
+    Rng rng{3};
+    CImageDataInfo img;
+    Speckle(img, 1100, 1000, 3, 1, 62, rng);
+    CSelectedRegion stroke, global, contiguous;
+    stroke.Create(9, 9, 0xFFFF);
+    stroke.x = 540, stroke.y = 495;
+    ASSERT_TRUE(GrowColorRegion(img, stroke, global, COLOR_REGION_LUMINANCE_COLOR, 10, false));
+    ASSERT_TRUE(GrowColorRegion(img, stroke, contiguous, COLOR_REGION_LUMINANCE_COLOR, 10, true));
+    ExpectMask(contiguous, ReachableFrom(global, stroke.Rect()));
+}
