@@ -1,4 +1,5 @@
-// Colour-range region growth: a match map in parallel rows, then a scanline flood from the seeds.
+// Colour-range region growth: a match map in parallel rows, then a scanline flood from the seeds whose
+// run scans test eight mask values at a time.
 #include "imageprocess/ColorRegion.h"
 
 #include "imageprocess/PixelAccess.h"
@@ -9,6 +10,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <vector>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace ImageProcess {
 
@@ -45,14 +49,17 @@ struct Range {
     int32_t hi[3] = {INT_MIN, INT_MIN, INT_MIN};
 };
 
-// Writes `hit` where the pixel's colour lies in the range, 0 elsewhere. Pixels are first split into
-// planes of a block, since interleaved loads keep the arithmetic from vectorising.
+// Writes `hit` where the pixel's colour lies in the range, 0 elsewhere, and returns how many hit.
+// Pixels are first split into planes of a block, since interleaved loads keep the arithmetic from
+// vectorising.
 template <typename T, int CH>
-void MatchRow(const T* __restrict p, uint16_t* __restrict out, int width, const Range& range, uint16_t hit) {
+[[gnu::always_inline]] inline int MatchRowBody(const T* __restrict p, uint16_t* __restrict out, int width,
+                                               const Range& range, uint16_t hit) {
     constexpr int kBlock = 256;
     constexpr uint32_t k = sizeof(T) == 1 ? 257u : 1u;
     const Range r = range;
     alignas(32) uint32_t pb[kBlock], pg[kBlock], pr[kBlock];
+    int count = 0;
     for (int x0 = 0; x0 < width; x0 += kBlock) {
         const int n = std::min(kBlock, width - x0);
         const T* q = p + static_cast<ptrdiff_t>(x0) * CH;
@@ -70,46 +77,131 @@ void MatchRow(const T* __restrict p, uint16_t* __restrict out, int width, const 
             const int in = (y >= r.lo[0]) & (y <= r.hi[0]) & (cb >= r.lo[1]) & (cb <= r.hi[1]) &
                            (cr >= r.lo[2]) & (cr <= r.hi[2]);
             o[i] = static_cast<uint16_t>(hit & -in);
+            count += in;
         }
     }
+    return count;
+}
+
+#if defined(__x86_64__) && defined(__GNUC__)
+// The same loop compiled for AVX2, where 32-bit multiplies are single instructions; the SSE2 build
+// has to emulate them. Integer arithmetic only, so both give the same mask.
+template <typename T, int CH>
+__attribute__((target("avx2"))) int MatchRowWide(const T* __restrict p, uint16_t* __restrict out, int width,
+                                                 const Range& range, uint16_t hit) {
+    return MatchRowBody<T, CH>(p, out, width, range, hit);
+}
+
+bool HasAvx2() {
+    static const bool has = [] {
+        __builtin_cpu_init();
+        return __builtin_cpu_supports("avx2") != 0;
+    }();
+    return has;
+}
+#endif
+
+template <typename T, int CH>
+int MatchRow(const T* p, uint16_t* out, int width, const Range& range, uint16_t hit) {
+#if defined(__x86_64__) && defined(__GNUC__)
+    if (HasAvx2())
+        return MatchRowWide<T, CH>(p, out, width, range, hit);
+#endif
+    return MatchRowBody<T, CH>(p, out, width, range, hit);
 }
 
 template <typename T>
-void MatchRowAny(const T* p, uint16_t* out, int width, int channels, const Range& r, uint16_t hit) {
+int MatchRowAny(const T* p, uint16_t* out, int width, int channels, const Range& r, uint16_t hit) {
     if (channels == 1)
-        MatchRow<T, 1>(p, out, width, r, hit);
-    else if (channels == 3)
-        MatchRow<T, 3>(p, out, width, r, hit);
-    else
-        MatchRow<T, 4>(p, out, width, r, hit);
+        return MatchRow<T, 1>(p, out, width, r, hit);
+    if (channels == 3)
+        return MatchRow<T, 3>(p, out, width, r, hit);
+    return MatchRow<T, 4>(p, out, width, r, hit);
 }
 
-// Turns every run of kCandidate reachable from the seeds into kFilled, four-connected.
+// Turns every run of kCandidate reachable from the seeds into kFilled, four-connected, and adds to
+// filled[y] the pixels it filled in row y.
 constexpr uint16_t kCandidate = 1, kFilled = 0xFFFF;
 
-void Flood(CSelectedRegion& map, std::vector<int64_t>& stack) {
+#if defined(__SSE2__)
+// Two bits per value, set for the candidates among the eight values at p.
+inline unsigned CandidateBits(const uint16_t* p) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(v, _mm_set1_epi16(kCandidate))));
+}
+constexpr unsigned kAllCandidates = 0xFFFF;
+#endif
+
+// The first index from x on that is not a candidate, or width.
+inline int RunEnd(const uint16_t* row, int x, int width) {
+#if defined(__SSE2__)
+    for (; x + 8 <= width; x += 8) {
+        const unsigned bits = CandidateBits(row + x);
+        if (bits != kAllCandidates)
+            return x + __builtin_ctz(~bits) / 2;
+    }
+#endif
+    while (x < width && row[x] == kCandidate)
+        ++x;
+    return x;
+}
+
+// The smallest l <= x with row[l .. x - 1] all candidates.
+inline int RunStart(const uint16_t* row, int x) {
+#if defined(__SSE2__)
+    for (; x >= 8; x -= 8) {
+        const unsigned bits = CandidateBits(row + x - 8);
+        if (bits != kAllCandidates)
+            return x - 8 + (31 - __builtin_clz(~bits & kAllCandidates)) / 2 + 1;
+    }
+#endif
+    while (x > 0 && row[x - 1] == kCandidate)
+        --x;
+    return x;
+}
+
+// Pushes the first index of every candidate run in row[l .. r]; a run that starts left of l is
+// pushed at l.
+void PushRunStarts(const uint16_t* row, int l, int r, int64_t rowStart, std::vector<int64_t>& stack) {
+    bool before = false; // whether the value left of x is a candidate of the same run
+    const auto scan = [&](int from, int to) {
+        for (int x = from; x < to; ++x) {
+            const bool in = row[x] == kCandidate;
+            if (in && !before)
+                stack.push_back(rowStart + x);
+            before = in;
+        }
+    };
+    int x = l;
+#if defined(__SSE2__)
+    for (; x + 8 <= r + 1; x += 8) {
+        const unsigned bits = CandidateBits(row + x);
+        // Eight values without a start: none a candidate, or all continuing a run.
+        if (bits == 0 || (bits == kAllCandidates && before))
+            before = bits != 0;
+        else
+            scan(x, x + 8);
+    }
+#endif
+    scan(x, r + 1);
+}
+
+void Flood(CSelectedRegion& map, std::vector<int64_t>& stack, std::vector<int>& filled) {
     const int width = map.width, height = map.height;
     while (!stack.empty()) {
         const int64_t at = stack.back();
         stack.pop_back();
         const int y = static_cast<int>(at / width);
         uint16_t* row = map.Row(y);
-        int l = static_cast<int>(at % width), r = l;
-        if (row[l] != kCandidate)
+        const int seed = static_cast<int>(at % width);
+        if (row[seed] != kCandidate)
             continue;
-        while (l > 0 && row[l - 1] == kCandidate)
-            --l;
-        while (r + 1 < width && row[r + 1] == kCandidate)
-            ++r;
+        const int l = RunStart(row, seed), r = RunEnd(row, seed + 1, width) - 1;
         std::fill(row + l, row + r + 1, kFilled);
-        for (int ny : {y - 1, y + 1}) {
-            if (ny < 0 || ny >= height)
-                continue;
-            const uint16_t* nrow = map.Row(ny);
-            for (int x = l; x <= r; ++x)
-                if (nrow[x] == kCandidate && (x == l || nrow[x - 1] != kCandidate))
-                    stack.push_back(static_cast<int64_t>(ny) * width + x);
-        }
+        filled[y] += r - l + 1;
+        for (int ny : {y - 1, y + 1})
+            if (ny >= 0 && ny < height)
+                PushRunStarts(map.Row(ny), l, r, static_cast<int64_t>(ny) * width, stack);
     }
 }
 
@@ -166,19 +258,26 @@ bool GrowColorRegion(const CImageDataInfo& image, const CSelectedRegion& stroke,
         return false;
     CSelectedRegion& map = reuse ? out : fresh;
     const uint16_t hit = contiguous ? kCandidate : kFilled;
+    // Matches per row, so that the cleanup after the flood can skip rows it filled completely.
+    std::vector<int> matched(contiguous ? h : 0);
     detail::ParallelRows(h, static_cast<long long>(w) * h * 2, progress, [&](int r0, int r1) {
         for (int y = r0; y < r1; ++y) {
-            if (pl.depth == 1)
-                MatchRowAny<uint8_t>(pl.Row(y), map.Row(y), w, pl.channels, range, hit);
-            else
-                MatchRowAny<uint16_t>(reinterpret_cast<const uint16_t*>(pl.Row(y)), map.Row(y), w,
-                                      pl.channels, range, hit);
+            const int n = pl.depth == 1
+                              ? MatchRowAny<uint8_t>(pl.Row(y), map.Row(y), w, pl.channels, range, hit)
+                              : MatchRowAny<uint16_t>(reinterpret_cast<const uint16_t*>(pl.Row(y)),
+                                                      map.Row(y), w, pl.channels, range, hit);
+            if (contiguous)
+                matched[y] = n;
         }
     });
     if (contiguous) {
-        Flood(map, seeds);
+        std::vector<int> filled(h, 0);
+        Flood(map, seeds, filled);
+        // Candidates the flood did not reach become 0; rows where it reached every one are done.
         detail::ParallelRows(h, static_cast<long long>(w) * h, nullptr, [&](int r0, int r1) {
             for (int y = r0; y < r1; ++y) {
+                if (filled[y] == matched[y])
+                    continue;
                 uint16_t* o = map.Row(y);
                 for (int x = 0; x < w; ++x)
                     o[x] = o[x] == kFilled ? kFilled : uint16_t{0};

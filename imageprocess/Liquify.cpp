@@ -3,6 +3,7 @@
 #include "imageprocess/Liquify.h"
 #include "imageprocess/BilinearSample.h"
 #include "imageprocess/ImageProcess.h"
+#include "imageprocess/LiquifyRebuild.h"
 #include "imageprocess/PixelAccess.h"
 
 #include <algorithm>
@@ -69,40 +70,6 @@ inline void GridSample(const LIQUIFY_MAP& m, float sx, float sy, int g, float& o
     const float* rb = m.map + 2 * static_cast<ptrdiff_t>(yb) * m.width;
     ox = w00 * ra[2 * xa] + w10 * ra[2 * xb] + w01 * rb[2 * xa] + w11 * rb[2 * xb];
     oy = w00 * ra[2 * xa + 1] + w10 * ra[2 * xb + 1] + w01 * rb[2 * xa + 1] + w11 * rb[2 * xb + 1];
-}
-
-// Mirrored rebuild of one pixel whose neighbours may lie outside the image.
-template <typename T, int C> void RebuildEdgePixel(const Plane& s, T* out, int64_t fx, int64_t fy) {
-    // Far-away positions are pulled in before narrowing; mirroring makes them periodic anyway.
-    const int ix = static_cast<int>(std::clamp<int64_t>(fx >> 16, -(1 << 30), 1 << 30));
-    const int iy = static_cast<int>(std::clamp<int64_t>(fy >> 16, -(1 << 30), 1 << 30));
-    const auto w4 =
-        detail::MakeWeights(static_cast<uint32_t>(fx & 0xFFFF), static_cast<uint32_t>(fy & 0xFFFF));
-    const int xa = detail::MirrorIndex(ix, s.width) * C, xb = detail::MirrorIndex(ix + 1, s.width) * C;
-    const T* ra = reinterpret_cast<const T*>(s.Row(detail::MirrorIndex(iy, s.height)));
-    const T* rb = reinterpret_cast<const T*>(s.Row(detail::MirrorIndex(iy + 1, s.height)));
-    detail::Blend4<T, C>(ra + xa, ra + xb, rb + xa, rb + xb, w4, out);
-}
-
-template <typename T, int C>
-void RebuildRow(const Plane& s, T* out, const float* map, const unsigned char* touched, int x0, int x1) {
-    // Interior test in unsigned arithmetic: one compare per axis covers both ends.
-    const auto lastX = static_cast<uint32_t>(s.width - 1), lastY = static_cast<uint32_t>(s.height - 1);
-    for (int x = x0; x < x1; ++x) {
-        if (!touched[x])
-            continue;
-        const int64_t fx = detail::ToFixed(map[2 * x]), fy = detail::ToFixed(map[2 * x + 1]);
-        const int64_t ix = fx >> 16, iy = fy >> 16;
-        if (static_cast<uint64_t>(ix) >= lastX || static_cast<uint64_t>(iy) >= lastY) {
-            RebuildEdgePixel<T, C>(s, out + x * C, fx, fy);
-            continue;
-        }
-        const auto w4 =
-            detail::MakeWeights(static_cast<uint32_t>(fx & 0xFFFF), static_cast<uint32_t>(fy & 0xFFFF));
-        const T* ra = reinterpret_cast<const T*>(s.base + iy * s.step) + ix * C;
-        const T* rb = reinterpret_cast<const T*>(reinterpret_cast<const unsigned char*>(ra) + s.step);
-        detail::Blend4<T, C>(ra, ra + C, rb, rb + C, w4, out + x * C);
-    }
 }
 
 bool SameImages(const CImageDataInfo& a, const CImageDataInfo& b) {
@@ -279,20 +246,8 @@ bool ApplyDistortionMap(CImageDataInfo& dst, const CImageDataInfo& src, LIQUIFY_
                                mrow[2 * x + 1]);
         }
     const IntRect area = inMap.Intersected(IntRect{0, 0, src.width, src.height});
-    if (!area.IsEmpty()) {
-        const Plane s = detail::PlaneOf(src), d = detail::PlaneOf(dst);
-        detail::DispatchFormat(s.channels, s.depth, [&]<typename T, int C>() {
-            detail::ParallelRows(area.height, static_cast<long long>(area.width) * area.height, progress,
-                                 [&](int r0, int r1) {
-                                     for (int j = r0; j < r1; ++j) {
-                                         const int y = area.y + j;
-                                         const ptrdiff_t o = static_cast<ptrdiff_t>(y) * map.width;
-                                         RebuildRow<T, C>(s, reinterpret_cast<T*>(d.Row(y)), map.map + 2 * o,
-                                                          map.touched + o, area.x, area.Right());
-                                     }
-                                 });
-        });
-    }
+    if (!area.IsEmpty())
+        detail::RebuildTouchedPixels(dst, src, map, area, detail::RebuildKernel::Vector, progress);
     for (int y = inMap.y; y < inMap.Bottom(); ++y)
         std::memset(map.touched + static_cast<ptrdiff_t>(y) * map.width + inMap.x, 0, inMap.width);
     return true;
