@@ -329,6 +329,7 @@ protected:
     }
     // Shows a gradient `image`, with a gradient `before` of the same form when asked.
     void Show(int w, int h, int channels = 3, int depth = 1, bool withBefore = false) {
+        wnd.Clear(0); // a zoomed copy may be building from the image about to be rewritten
         ASSERT_TRUE(MakeGradient(image, w, h, channels, depth));
         ASSERT_TRUE(!withBefore || MakeGradient(before, w, h, channels, depth));
         ASSERT_EQ(wnd.SetImage(image, withBefore ? &before : nullptr), 1);
