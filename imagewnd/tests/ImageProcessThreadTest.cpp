@@ -9,19 +9,13 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <mutex>
-#include <unistd.h>
 #include <vector>
 
-using kel_testing::MakeGradient;
 using kel_testing::SamePixels;
-using kel_testing::TempFolder;
 using KELCTRL::CImageProcessThread;
 
 namespace {
-
-namespace fs = std::filesystem;
 
 // Steps reported by the worker, with a cancel at a chosen step.
 struct ProgressLog {
@@ -42,88 +36,72 @@ void RecordProgress(void* context, int step, int total) {
 class BatchRotate : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_FALSE(folder.path().empty());
         for (int i = 0; i < 3; ++i) {
             CImageDataInfo image;
-            ASSERT_TRUE(MakeGradient(image, 40 + i, 24, 3, 1));
-            const QString name = QString("photo %1.png").arg(i);
+            ASSERT_TRUE(kel_testing::MakeGradient(image, 40 + i, 24, 3, 1));
+            names.append(QString("photo %1.png").arg(i));
             ImageFile::FILEMETADATA metadata;
             ImageFile::SAVEFILE_OPTIONS options;
             options.format = ImageFile::CONTAINER_FORMAT_PNG;
-            ASSERT_EQ(ImageFile::SaveFile(image, metadata, options, folder.path() / name.toStdString()), 0);
-            names.append(name);
+            ASSERT_EQ(ImageFile::SaveFile(image, metadata, options, folder.path() / names[i].toStdString()),
+                      0);
             originals.push_back(image);
         }
         thread.SetProgressFunc(RecordProgress, &progress);
         ASSERT_EQ(thread.Start(), 1);
     }
     void TearDown() override { thread.Exit(); }
-
-    // The file as it is on disk now.
-    CImageDataInfo Load(int i) {
-        CImageDataInfo image;
+    int Rotate(const QStringList& list, int clockwise) {
+        return thread.BatchRotate90(QString::fromStdString(folder.path().string()), list, clockwise, failed);
+    }
+    // Whether file `i` on disk is its original turned `turns` quarter turns (clockwise when positive).
+    bool Turned(int i, int turns) {
+        CImageDataInfo image, expected = originals[i];
         ImageFile::FILEINFO info;
         EXPECT_EQ(ImageFile::LoadFile(info, image, folder.path() / names[i].toStdString()), 0);
-        return image;
+        EXPECT_TRUE(turns == 0 || ImageProcess::RotateImage90(originals[i], expected, turns > 0, nullptr));
+        return SamePixels(image, expected);
     }
-    CImageDataInfo Turned(int i, bool clockwise) {
-        CImageDataInfo turned;
-        EXPECT_TRUE(ImageProcess::RotateImage90(originals[i], turned, clockwise, nullptr));
-        return turned;
-    }
-
-    TempFolder folder{"imagewnd_rotate"};
-    QStringList names;
+    kel_testing::TempFolder folder{"imagewnd_rotate"};
+    QStringList names, failed;
     std::vector<CImageDataInfo> originals;
     ProgressLog progress;
     CImageProcessThread thread;
 };
 
-TEST_F(BatchRotate, TurnsEveryFileClockwiseAndListsTheFailures) {
+TEST_F(BatchRotate, TurnsEveryFileEitherWayAndListsTheFailures) {
     QStringList list = names;
     list.insert(1, "missing.png");
-    QStringList failed;
-    EXPECT_EQ(thread.BatchRotate90(QString::fromStdString(folder.path().string()), list, 1, failed), 1);
+    EXPECT_EQ(Rotate(list, 1), 1);
     EXPECT_EQ(failed, QStringList({"missing.png"}));
-    for (int i = 0; i < 3; ++i)
-        EXPECT_TRUE(SamePixels(Load(i), Turned(i, true))) << "file " << i;
+    EXPECT_TRUE(Turned(0, 1) && Turned(1, 1) && Turned(2, 1));
     // One step per file, in order, each with the total.
-    const std::vector<std::pair<int, int>> expected = {{0, 4}, {1, 4}, {2, 4}, {3, 4}};
-    EXPECT_EQ(progress.steps, expected);
-}
-
-TEST_F(BatchRotate, ZeroDirectionTurnsCounterClockwise) {
-    QStringList failed;
-    EXPECT_EQ(thread.BatchRotate90(QString::fromStdString(folder.path().string()), names, 0, failed), 0);
+    EXPECT_EQ(progress.steps, (std::vector<std::pair<int, int>>{{0, 4}, {1, 4}, {2, 4}, {3, 4}}));
+    EXPECT_EQ(Rotate(names, 0), 0);
     EXPECT_TRUE(failed.isEmpty());
-    for (int i = 0; i < 3; ++i)
-        EXPECT_TRUE(SamePixels(Load(i), Turned(i, false))) << "file " << i;
+    EXPECT_TRUE(Turned(0, 0) && Turned(1, 0) && Turned(2, 0)) << "counter-clockwise turned them back";
 }
 
-TEST_F(BatchRotate, CancelStopsBeforeTheNextFile) {
+TEST_F(BatchRotate, CancelStopsBeforeTheNextFileAndTheNextBatchStartsAfresh) {
     progress.cancelThread = &thread;
     progress.cancelAtStep = 0;
-    QStringList failed;
-    EXPECT_EQ(thread.BatchRotate90(QString::fromStdString(folder.path().string()), names, 1, failed), 0);
-    EXPECT_TRUE(SamePixels(Load(0), Turned(0, true))) << "the file under way is finished";
-    EXPECT_TRUE(SamePixels(Load(1), originals[1]));
-    EXPECT_TRUE(SamePixels(Load(2), originals[2]));
-    // A new batch starts without the old cancel.
+    EXPECT_EQ(Rotate(names, 1), 0);
+    EXPECT_TRUE(Turned(0, 1)) << "the file under way is finished";
+    EXPECT_TRUE(Turned(1, 0) && Turned(2, 0));
     progress.cancelAtStep = -1;
-    EXPECT_EQ(thread.BatchRotate90(QString::fromStdString(folder.path().string()), {names[2]}, 1, failed), 0);
-    EXPECT_TRUE(SamePixels(Load(2), Turned(2, true)));
+    EXPECT_EQ(Rotate({names[2]}, 1), 0);
+    EXPECT_TRUE(Turned(2, 1));
 }
 
 TEST_F(BatchRotate, EmptyListAndStoppedThreadReturnAtOnce) {
-    QStringList failed = {"stale"};
-    EXPECT_EQ(thread.BatchRotate90(QString::fromStdString(folder.path().string()), {}, 1, failed), 0);
+    failed = {"stale"};
+    EXPECT_EQ(Rotate({}, 1), 0);
     EXPECT_TRUE(failed.isEmpty());
     thread.Exit();
-    EXPECT_EQ(thread.BatchRotate90(QString::fromStdString(folder.path().string()), names, 1, failed), -1);
-    EXPECT_TRUE(SamePixels(Load(0), originals[0]));
-    // It can start again.
-    ASSERT_EQ(thread.Start(), 1);
-    EXPECT_EQ(thread.BatchRotate90(QString::fromStdString(folder.path().string()), {names[0]}, 1, failed), 0);
+    EXPECT_EQ(Rotate(names, 1), -1);
+    EXPECT_TRUE(Turned(0, 0));
+    ASSERT_EQ(thread.Start(), 1); // it can start again
+    EXPECT_EQ(Rotate({names[0]}, 1), 0);
 }
 
 } // namespace
