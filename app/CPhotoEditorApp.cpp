@@ -1,6 +1,7 @@
 #include "app/CPhotoEditorApp.h"
 
 #include "app/CAppEventFilter.h"
+#include "app/CProgressWait.h"
 #include "app/CSingleInstance.h"
 #include "app/CWebChecks.h"
 #include "app/CrashHandler.h"
@@ -12,7 +13,10 @@
 #include "imagefile/ImageFile.h"
 #include "imageprocess/ColorProfile.h"
 #include "imageprocess/ImageProcess.h"
+#include "imagewnd/CImageProcessThread.h"
 #include "ui/CImageResources.h"
+#include "ui/CMessageBox.h"
+#include "ui/CProgressWnd.h"
 #include "ui/CUIColorSchema.h"
 #include "ui/CUISizeInfo.h"
 
@@ -21,8 +25,8 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
-#include <QMessageBox>
 #include <QProcess>
+#include <QScreen>
 #include <QThread>
 #include <QTimer>
 #include <QUrl>
@@ -53,6 +57,19 @@ int OnPixelMemoryShortage(size_t wanted) {
     g_app->ShowOutOfMemoryNotice();
     return 0;
 }
+
+// The general worker waits for its jobs through the application's progress wait.
+void WaitThroughApp(CImageProcessThread* thread, int delayMs) {
+    if (g_app)
+        g_app->WaitForWorker(thread, delayMs);
+    else
+        while (!CProgressWnd::IsProgressEnded())
+            QThread::msleep(CProgressWait::kPollMs);
+}
+
+// Unscaled size of the progress window.
+constexpr int kProgressWndWidth = 320;
+constexpr int kProgressWndHeight = 40;
 
 // Any other allocation: the C++ runtime does not pass the size to a new-handler, so the offer is 0.
 // The handler stays installed, so every later failure is offered too.
@@ -94,6 +111,7 @@ CPhotoEditorApp::CPhotoEditorApp(const QString& companyName, const QString& appN
     // Seeded for code that still uses the C library's generator.
     std::srand(static_cast<unsigned>(std::random_device{}()));
     g_app = this;
+    CImageProcessThread::SetWaitFunc(&WaitThroughApp);
     // The crash handler now, so that even start-up is covered; InitWorkingFolders gives it the record's
     // path once the folders are known.
     InstallExceptionHandler();
@@ -102,8 +120,11 @@ CPhotoEditorApp::CPhotoEditorApp(const QString& companyName, const QString& appN
 
 CPhotoEditorApp::~CPhotoEditorApp() {
     m_webChecks.reset();
-    if (g_app == this)
+    m_progressWnd.reset();
+    if (g_app == this) {
         g_app = nullptr;
+        CImageProcessThread::SetWaitFunc(nullptr);
+    }
 }
 
 void CPhotoEditorApp::InstallNewHandler() {
@@ -157,6 +178,9 @@ int CPhotoEditorApp::Run(int argc, char** argv) {
 int CPhotoEditorApp::InitInstance() {
     // The copy-protection check of other editions has no part in this library.
     m_recentFiles.reserve(kRecentFileCount);
+    // The message boxes carry the product's name in their title.
+    if (qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        QGuiApplication::setApplicationDisplayName(m_appNameEdition);
     InitWorkingFolders();
     // Without the required dictionaries there is no text to show: the start ends here.
     try {
@@ -491,13 +515,90 @@ int CPhotoEditorApp::ShowMessage(const QString& text, unsigned flags) {
         DebugTrace("[CPhotoEditorApp] %s\n", text.toUtf8().constData());
         return (flags & MB_YESNO) ? IDNO : IDOK;
     }
-    const auto icon = (flags & MB_ICONERROR)      ? QMessageBox::Critical
-                      : (flags & MB_ICONQUESTION) ? QMessageBox::Question
-                                                  : QMessageBox::Information;
-    const auto buttons = (flags & MB_YESNO) ? (QMessageBox::Yes | QMessageBox::No) : QMessageBox::Ok;
-    QMessageBox box(icon, m_appNameEdition, text, buttons, m_mainWnd);
-    const int result = box.exec();
-    return result == QMessageBox::Yes ? IDYES : result == QMessageBox::No ? IDNO : IDOK;
+    // The box takes its title from the application's display name, which start-up sets.
+    return CMessageBox::Show(text, flags);
+}
+
+// ---------------------------------------------------------------- progress
+
+int CPhotoEditorApp::ShowProgress(unsigned long delayMs) {
+    // The progress state is process-wide: a wait inside a wait only waits, with no window of its own.
+    if (m_progressWaiting) {
+        CProgressWait(nullptr, {}).Run(delayMs);
+        return 0;
+    }
+    m_progressWaiting = true;
+    CProgressWait::HOOKS hooks;
+    hooks.showUI = [this] { ShowProgressUI(); };
+    hooks.isUIShown = [this] { return m_progressWnd && m_progressWnd->isVisible(); };
+    hooks.cancel = [this] { OnCancelProgress(); };
+    CProgressWait wait(m_mainWnd, std::move(hooks));
+    const int shown = wait.Run(delayMs);
+    if (m_progressWnd) {
+        m_progressWnd->DestroyWindow();
+        m_progressWnd.reset();
+    }
+    m_progressWaiting = false;
+    return shown;
+}
+
+void CPhotoEditorApp::ShowProgressUI() {
+    if (m_progressWnd)
+        return;
+    m_progressWnd = std::make_unique<CProgressWnd>(m_mainWnd);
+    QRect area;
+    if (m_mainWnd)
+        area = QRect(m_mainWnd->mapToGlobal(QPoint(0, 0)), m_mainWnd->size());
+    else if (QScreen* screen = QGuiApplication::primaryScreen())
+        area = screen->availableGeometry();
+    const auto dpi = MonitorDpi(m_mainWnd);
+    const QSize size(CUISizeInfo::Scale(kProgressWndWidth, dpi.first),
+                     CUISizeInfo::Scale(kProgressWndHeight, dpi.second));
+    QRect place(QPoint(0, 0), size);
+    place.moveCenter(area.center());
+    m_progressWnd->Show(place);
+}
+
+void CPhotoEditorApp::OnCancelProgress() {
+    if (m_progressCancel)
+        m_progressCancel();
+}
+
+void CPhotoEditorApp::SetProgressCancel(std::function<void()> cancel) {
+    m_progressCancel = std::move(cancel);
+}
+
+void CPhotoEditorApp::WaitForWorker(CImageProcessThread* thread, int delayMs) {
+    std::function<void()> previous = std::exchange(m_progressCancel, [thread] {
+        if (thread)
+            thread->CancelTask();
+    });
+    ShowProgress(static_cast<unsigned long>(std::max(delayMs, 0)));
+    m_progressCancel = std::move(previous);
+}
+
+void CPhotoEditorApp::InitProgress(int steps) {
+    CProgressWnd::InitProgressInfo(steps);
+}
+
+void CPhotoEditorApp::UpdateProgressStep(int step) {
+    CProgressWnd::UpdateProgressStep(step);
+}
+
+int CPhotoEditorApp::NextProgressStep() {
+    return CProgressWnd::NextProgressStep();
+}
+
+void CPhotoEditorApp::UpdateProgressInfo(int done, int total) {
+    CProgressWnd::UpdateStepProgress(done, total);
+}
+
+void CPhotoEditorApp::SetProgressText(const QString& text) {
+    CProgressWnd::SetProgressText(text);
+}
+
+void CPhotoEditorApp::EndProgress() {
+    CProgressWnd::EndProgress();
 }
 
 void CPhotoEditorApp::ShowCrashNotice(const QString& typeName, const QString& recordPath) {

@@ -30,6 +30,8 @@ class basic_thread;
 namespace KELCTRL {
 
 class CAppEventFilter;
+class CImageProcessThread;
+class CProgressWnd;
 class CSingleInstance;
 class CWebChecks;
 
@@ -148,13 +150,40 @@ public:
     virtual void AddHotkeys() {}
     virtual void ReleaseHotkeys();
     virtual void LoadColorProfiles();
-    // Shows a notice and returns IDOK, IDYES or IDNO; tests replace it.
+    // Shows a notice in the toolkit's message box and returns the code of the answer (IDOK, IDYES,
+    // IDNO ...); tests replace it.
     virtual int ShowMessage(const QString& text, unsigned flags);
     // IDS_MSG_NOT_ENOUGH_MEMORY, once at a time; from a worker thread it is shown on the interface
     // thread.
     void ShowOutOfMemoryNotice();
+    // Creates and shows the progress window centred over the main window.
+    virtual void ShowProgressUI();
+    // Escape while the progress window shows: the base runs the cancel set by SetProgressCancel.
+    virtual void OnCancelProgress();
     // The product share offer; the base only records that it was shown.
     virtual void ShowProductShareDialog();
+
+    // ---- the progress wait of long jobs
+    // Waits on the interface thread until the progress has ended (EndProgress, which the job calls on
+    // every way out). Meanwhile the main window is disabled but keeps painting; after `delayMs` the
+    // progress window shows (ShowProgressUI) unless the job ended first, and Escape while it shows
+    // runs OnCancelProgress. Returns 1 when the window was shown. Off the interface thread it only
+    // waits.
+    int ShowProgress(unsigned long delayMs);
+    // A fresh progress of `steps` steps; call it before the job starts, then ShowProgress.
+    void InitProgress(int steps);
+    // From any thread: the job's place, read by the progress window on its timer.
+    virtual void UpdateProgressStep(int step);
+    virtual int NextProgressStep();
+    virtual void UpdateProgressInfo(int done, int total);
+    void SetProgressText(const QString& text);
+    void EndProgress();
+    // What Escape cancels during the next waits; the worker wait sets it to that worker's CancelTask.
+    void SetProgressCancel(std::function<void()> cancel);
+    // The window while it shows, else null.
+    CProgressWnd* GetProgressWnd() const { return m_progressWnd.get(); }
+    // The general worker's way to wait for its jobs, installed while this object lives.
+    void WaitForWorker(CImageProcessThread* thread, int delayMs);
 
     // ---- command line
     // Splits a command line: blanks separate, a double quote runs to the next one (an unmatched quote
@@ -256,6 +285,9 @@ private:
     std::unique_ptr<CSingleInstance> m_singleInstance;
     std::unique_ptr<CAppEventFilter> m_eventFilter;
     GS_THREAD::basic_thread* m_workerThread = nullptr;
+    std::unique_ptr<CProgressWnd> m_progressWnd;
+    std::function<void()> m_progressCancel;
+    bool m_progressWaiting = false;
     bool m_restart = false;
     bool m_clearFoldersOnExit = false;
     bool m_dependenciesUp = false;

@@ -100,6 +100,9 @@ int CKelPhotoApp::ReadSettings(TiXmlElement* root) {
     const char* folder = e ? e->Attribute("last_folder") : nullptr;
     if (folder)
         m_lastFolder = QString::fromUtf8(folder);
+    int dontAsk = 0;
+    m_dontAskRotate =
+        (e && e->QueryIntAttribute("dont_ask_rotate", &dontAsk) == TIXML_SUCCESS && dontAsk) ? 1 : 0;
     return 1;
 }
 
@@ -108,6 +111,7 @@ int CKelPhotoApp::SaveSettings(TiXmlElement* root) {
         return 0;
     TiXmlElement e("kelphoto");
     e.SetAttribute("last_folder", m_lastFolder.toUtf8().constData());
+    e.SetAttribute("dont_ask_rotate", m_dontAskRotate ? 1 : 0);
     root->InsertEndChild(e);
     return 1;
 }
@@ -117,6 +121,9 @@ void CKelPhotoApp::AddHotkeys() {
     AddHotKey(KELCTRL::FCONTROL, 'S', CMD_SAVE);
     AddHotKey(0, 'B', CMD_BRUSH);
     AddHotKey(0, 'E', CMD_ERASE);
+    AddHotKey(KELCTRL::FCONTROL, 'L', CMD_ROTATE_LEFT);
+    AddHotKey(KELCTRL::FCONTROL, 'R', CMD_ROTATE_RIGHT);
+    AddHotKey(KELCTRL::FCONTROL | KELCTRL::FSHIFT, 'A', CMD_APPLY_TO_FILES);
 }
 
 void CKelPhotoApp::OnCommand(unsigned short id) {

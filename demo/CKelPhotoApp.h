@@ -1,6 +1,7 @@
 #pragma once
 // The sample product: a photo editor built on the library as any host would build one.
 #include "app/CPhotoEditorApp.h"
+#include "imagewnd/CImageProcessThread.h"
 
 #include <QString>
 
@@ -14,6 +15,9 @@ enum COMMAND : unsigned short {
     CMD_SAVE = 1002,
     CMD_BRUSH = 1003,
     CMD_ERASE = 1004,
+    CMD_ROTATE_LEFT = 1005,
+    CMD_ROTATE_RIGHT = 1006,
+    CMD_APPLY_TO_FILES = 1007,
 };
 
 class CKelPhotoApp : public KELCTRL::CPhotoEditorApp {
@@ -33,6 +37,10 @@ public:
     // Where the product keeps its last folder between runs.
     const QString& LastFolder() const { return m_lastFolder; }
     void SetLastFolder(const QString& folder) { m_lastFolder = folder; }
+    // 1 once the user asked not to be asked before a file is turned; kept in settings.xml.
+    int& DontAskRotate() { return m_dontAskRotate; }
+    // The general worker that turns files; InitInstance starts it.
+    KELCTRL::CImageProcessThread& Worker() { return m_worker; }
 
 protected:
     void InitWorkingFolders() override;
@@ -43,10 +51,13 @@ protected:
     int SaveSettings(TiXmlElement* root) override;
     void AddHotkeys() override;
     void OnCommand(unsigned short id) override;
+    GS_THREAD::basic_thread* GetImageProcessThread() override { return &m_worker; }
 
 private:
     OPTIONS m_options;
     QString m_lastFolder;
+    int m_dontAskRotate = 0;
+    KELCTRL::CImageProcessThread m_worker;
     CKelPhotoMainWnd* m_mainWnd = nullptr;
 };
 

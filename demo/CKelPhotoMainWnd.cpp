@@ -1,7 +1,9 @@
 #include "demo/CKelPhotoMainWnd.h"
 
 #include "app/DictText.h"
+#include "demo/CApplyToFiles.h"
 #include "demo/CKelPhotoApp.h"
+#include "demo/CPhotoRotation.h"
 #include "imagefile/ImageFile.h"
 #include "imageprocess/ImageProcess.h"
 #include "ui/CUIColorSchema.h"
@@ -243,18 +245,7 @@ int CKelPhotoMainWnd::SaveTo(const QString& path, bool replaceOriginal, QString*
             *error = QStringLiteral("processing failed");
         return 0;
     }
-    ImageFile::SAVEFILE_OPTIONS options;
-    const QString ext = QFileInfo(path).suffix().toLower();
-    if (ext == QLatin1String("png"))
-        options.format = ImageFile::CONTAINER_FORMAT_PNG;
-    else if (ext == QLatin1String("tif") || ext == QLatin1String("tiff"))
-        options.format = ImageFile::CONTAINER_FORMAT_TIFF;
-    else if (ext == QLatin1String("webp"))
-        options.format = ImageFile::CONTAINER_FORMAT_WEBP;
-    else if (ext == QLatin1String("bmp"))
-        options.format = ImageFile::CONTAINER_FORMAT_BMP;
-    else
-        options.format = ImageFile::CONTAINER_FORMAT_JPEG;
+    ImageFile::SAVEFILE_OPTIONS options = CApplyToFiles::OptionsForPath(path);
     options.bit16 = result.depth == 2;
     const int code = ImageFile::SaveFile(result, ImageFile::FILEMETADATA(), options, path.toStdString(),
                                          m_path.toStdString());
@@ -316,6 +307,13 @@ void CKelPhotoMainWnd::OnCommand(unsigned short id) {
     case CMD_BRUSH:
         SetBrushMode(!m_brushLoaded, false);
         break;
+    case CMD_ROTATE_LEFT:
+    case CMD_ROTATE_RIGHT:
+        RotateCurrentFile(id == CMD_ROTATE_RIGHT);
+        break;
+    case CMD_APPLY_TO_FILES:
+        ApplyToFiles();
+        break;
     case CMD_ERASE: {
         // E switches between painting and erasing, entering the brush mode when needed.
         const bool erasing = m_brushLoaded && m_brush.GetBrush().mode == IMGWND_TOOL::CBrush::MODE_ERASE;
@@ -325,6 +323,32 @@ void CKelPhotoMainWnd::OnCommand(unsigned short id) {
     default:
         break;
     }
+}
+
+void CKelPhotoMainWnd::RotateCurrentFile(bool clockwise) {
+    if (m_path.isEmpty())
+        return;
+    QString error;
+    const int turned =
+        CPhotoRotation(m_app.Worker(), m_app.DontAskRotate()).Rotate(m_path, clockwise, &error);
+    if (turned > 0)
+        OpenFile(m_path, true);
+    else if (turned < 0)
+        m_app.ShowMessage(error, MB_ICONERROR);
+}
+
+void CKelPhotoMainWnd::ApplyToFiles() {
+    QStringList files;
+    if (m_fileChooser) {
+        files = m_fileChooser();
+    } else {
+        const QString filter = GetDictText("IDS_KELPHOTO_IMAGE_FILES") +
+                               QStringLiteral(" (*.jpg *.jpeg *.png *.tif *.tiff *.bmp *.webp)");
+        files = QFileDialog::getOpenFileNames(this, GetDictText("IDS_KELPHOTO_APPLY_CHOOSE"),
+                                              m_app.LastFolder(), filter);
+    }
+    if (!files.isEmpty())
+        CApplyToFiles(m_adjustment.Get()).Run(this, files);
 }
 
 void CKelPhotoMainWnd::dragEnterEvent(QDragEnterEvent* event) {

@@ -10,6 +10,9 @@
 #include "ui/CBaseWnd.h"
 
 #include <QString>
+#include <QStringList>
+
+#include <functional>
 
 class QLabel;
 class QSlider;
@@ -39,6 +42,12 @@ public:
     CPhotoAdjustment& Adjustment() { return m_adjustment; }
     // Applies an adjustment as the sliders do (live on the visible part, then the whole image).
     void ApplyAdjustment(const ADJUSTMENT& adjustment);
+    // Turns the open file by 90 degrees (after asking, under the progress wait) and opens it again.
+    void RotateCurrentFile(bool clockwise);
+    // Applies the current adjustment to files the user chooses, writing each beside its source.
+    void ApplyToFiles();
+    // Replaces the file dialog of ApplyToFiles (tests).
+    void SetFileChooser(std::function<QStringList()> chooser) { m_fileChooser = std::move(chooser); }
     // The zoom read-out's text.
     QString ZoomText() const;
     // The brush mode: paints a mask under which the photo is one stop brighter. `erase` paints the
@@ -96,6 +105,7 @@ private:
     QSlider* m_contrast = nullptr;
     bool m_sliderHeld = false;
 
+    std::function<QStringList()> m_fileChooser;
     QString m_screenshotPath;
     int m_screenshotDelayMs = 0;
     bool m_reportStartup = false;

@@ -1,7 +1,8 @@
 #pragma once
 // The application's general worker: a thread with a message loop that runs long jobs for the UI,
 // today the batch rotation of files by 90 degrees. The caller waits in ShowProgress while the job
-// runs; the job reports each step to the progress function on the worker thread.
+// runs; the job reports each step to the progress function on the worker thread and to the shared
+// progress state of CProgressWnd, and ends that progress on every way out, so a wait always ends.
 #include "common/event_signal.h"
 #include "common/message_queue.h"
 #include "common/std_thread.h"
@@ -20,6 +21,15 @@ public:
     static constexpr unsigned WM_BATCHROTATE90 = 1124;
     // Progress of a job: step k of total, called on the worker thread.
     using PROGRESS_FUNC = void (*)(void* context, int step, int total);
+    // How a caller on the interface thread waits for a job: returns once CProgressWnd's progress has
+    // ended. The application installs one that shows its progress window after `delayMs`; without
+    // one the caller keeps the windows drawn and takes no input until the job is done.
+    using WAIT_FUNC = void (*)(CImageProcessThread* thread, int delayMs);
+    static void SetWaitFunc(WAIT_FUNC func);
+    static WAIT_FUNC GetWaitFunc();
+    // How long a job may run before the progress window shows; 500 ms unless set.
+    static void SetProgressDelay(int ms);
+    static int GetProgressDelay();
 
     CImageProcessThread() = default;
     ~CImageProcessThread() override;
@@ -50,6 +60,7 @@ protected:
         QStringList fileNames;
         int direction = 0;
         QStringList failed;
+        int current = 0; // the file being turned; the ones from here on count as failed on an exception
         event_signal done;
     };
 
@@ -67,6 +78,8 @@ protected:
     int main(void* argument) override;
 
 private:
+    void RunBatchRotate90(ROTATE_REQUEST& request);
+
     GS_THREAD::message_queue m_queue;
     // Manual reset: a cancel stays until the next job starts.
     event_signal m_cancel{true, false};

@@ -147,10 +147,12 @@ void CProgressWnd::OnTimer(uintptr_t id) {
 
 void CProgressWnd::Update() {
     Progress p;
+    QString text;
     {
         std::lock_guard<std::mutex> guard(SharedLock());
         const SharedProgress& s = Shared();
         p = Progress{s.done, s.total, s.step, s.steps};
+        text = s.text;
     }
     p.steps = std::max(p.steps, 1);
     p.step = std::max(p.step, 1);
@@ -161,6 +163,7 @@ void CProgressWnd::Update() {
         p.done = p.total;
     }
     m_painted = p;
+    m_paintedText = text;
     if (isVisible())
         Redraw();
 }
@@ -172,16 +175,41 @@ int CProgressWnd::BarWidth(int clientWidth) const {
     return static_cast<int>(std::floor(inner * fraction + 0.5));
 }
 
+QString CProgressWnd::StepText(const Progress& progress) {
+    if (progress.steps <= 1)
+        return QString();
+    return QStringLiteral("%1/%2").arg(progress.step).arg(progress.steps);
+}
+
 void CProgressWnd::OnPaint(QPainter& painter, int width, int height) {
     const int inset = ScaleByDpi(kBarInset);
-    const int barWidth = BarWidth(width);
-    if (barWidth <= 0 || height <= 2 * inset)
+    if (height <= 2 * inset)
         return;
-    const int corner = ScaleByDpi(kBarCorner);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(CUIColorSchema::FromColorRef(UIColors().bkLight));
-    painter.drawRoundedRect(QRectF(inset, inset, barWidth, height - 2 * inset), corner, corner);
+    const int barWidth = BarWidth(width);
+    if (barWidth > 0) {
+        const int corner = ScaleByDpi(kBarCorner);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(CUIColorSchema::FromColorRef(UIColors().bkLight));
+        painter.drawRoundedRect(QRectF(inset, inset, barWidth, height - 2 * inset), corner, corner);
+    }
+    // The text on the left and the step on the right, over the bar, inside the same inset.
+    const QString step = StepText(m_painted);
+    if (m_paintedText.isEmpty() && step.isEmpty())
+        return;
+    if (const QFont* font = GetFontPtr())
+        painter.setFont(*font);
+    painter.setPen(CUIColorSchema::FromColorRef(UIColors().textHighlight));
+    const QRect inner(2 * inset, inset, std::max(0, width - 4 * inset), height - 2 * inset);
+    int stepWidth = 0;
+    if (!step.isEmpty()) {
+        stepWidth = painter.fontMetrics().horizontalAdvance(step);
+        painter.drawText(inner, Qt::AlignRight | Qt::AlignVCenter, step);
+    }
+    QRect textRect = inner;
+    textRect.setRight(inner.right() - (stepWidth > 0 ? stepWidth + inset : 0));
+    const QString elided = painter.fontMetrics().elidedText(m_paintedText, Qt::ElideRight, textRect.width());
+    painter.drawText(textRect, Qt::AlignLeft | Qt::AlignVCenter, elided);
 }
 
 } // namespace KELCTRL

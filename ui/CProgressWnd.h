@@ -1,8 +1,8 @@
 #pragma once
 // A modeless, translucent progress bar for the application's own long steps. Its state is
 // process-wide so that a worker reports through the static functions without knowing the window;
-// the window copies it on a 100 ms timer and closes itself once EndProgress has been called. Only one
-// such progress runs at a time.
+// the window copies it on a 100 ms timer, paints the bar with the text and the step over it, and
+// closes itself once EndProgress has been called. Only one such progress runs at a time.
 #include "ui/CBaseWnd.h"
 
 #include <QRect>
@@ -44,6 +44,9 @@ public:
 
     // What the last tick copied.
     Progress GetPaintedProgress() const { return m_painted; }
+    QString GetPaintedText() const { return m_paintedText; }
+    // The step read-out painted beside the text: "step/steps", empty for a one-step progress.
+    static QString StepText(const Progress& progress);
     // The painted bar's width in pixels for a client of this width.
     int BarWidth(int clientWidth) const;
 
@@ -58,6 +61,7 @@ private:
     void ApplyRoundedMask(int width, int height);
 
     Progress m_painted;
+    QString m_paintedText;
 };
 
 } // namespace KELCTRL

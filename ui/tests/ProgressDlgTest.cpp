@@ -407,3 +407,50 @@ TEST_F(ProgressDlg, ProgressWindowTakesReportsFromAnotherThread) {
     worker.join();
     EXPECT_TRUE(closed);
 }
+
+// Counts the pixels of this colour inside a rectangle of the image.
+int CountColour(const QImage& image, const QRect& area, QRgb colour) {
+    int n = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x)
+            n += image.pixel(x, y) == colour ? 1 : 0;
+    return n;
+}
+
+TEST_F(ProgressDlg, ProgressWindowPaintsItsTextAndStep) {
+    CProgressWnd::InitProgressInfo(4);
+    CProgressWnd wnd;
+    ASSERT_EQ(wnd.Show(QRect(0, 0, 300, 40)), 1);
+    wnd.MoveWindow(0, 0, 300, 40);
+    const QRgb ink = CUIColorSchema::FromColorRef(UIColors().textHighlight).rgb();
+    const QRect left(12, 6, 120, 28), right(200, 6, 88, 28);
+    // One step done of four, no text: only the step read-out on the right has ink.
+    CProgressWnd::UpdateStepProgress(1, 1);
+    ASSERT_TRUE(kel_qt_test::PumpUntil([&] { return wnd.GetPaintedProgress().done == 1; }));
+    const QImage stepOnly = wnd.RenderClient();
+    EXPECT_EQ(CProgressWnd::StepText(wnd.GetPaintedProgress()), "1/4");
+    EXPECT_EQ(CountColour(stepOnly, left, ink), 0);
+    EXPECT_GT(CountColour(stepOnly, right, ink), 0) << "the step is painted";
+
+    // The second step at no progress fills the bar exactly as far; only the read-out differs.
+    const int barWidth = wnd.BarWidth(300);
+    CProgressWnd::UpdateProgressStep(2);
+    ASSERT_TRUE(kel_qt_test::PumpUntil([&] { return wnd.GetPaintedProgress().step == 2; }));
+    EXPECT_EQ(wnd.BarWidth(300), barWidth);
+    const QImage secondStep = wnd.RenderClient();
+    EXPECT_NE(secondStep.copy(right), stepOnly.copy(right)) << "the step read-out follows the step";
+    EXPECT_EQ(secondStep.copy(left), stepOnly.copy(left));
+
+    CProgressWnd::SetProgressText("Turning photos");
+    ASSERT_TRUE(kel_qt_test::PumpUntil([&] { return wnd.GetPaintedText() == "Turning photos"; }));
+    const QImage withText = wnd.RenderClient();
+    EXPECT_GT(CountColour(withText, left, ink), 0) << "the text is painted";
+    EXPECT_EQ(withText.copy(right), secondStep.copy(right));
+
+    // A one-step progress has no read-out.
+    CProgressWnd::InitProgressInfo(1);
+    ASSERT_TRUE(kel_qt_test::PumpUntil([&] { return wnd.GetPaintedProgress().steps == 1; }));
+    EXPECT_EQ(CountColour(wnd.RenderClient(), right, ink), 0);
+    CProgressWnd::EndProgress();
+    EXPECT_TRUE(kel_qt_test::PumpUntil([&] { return !wnd.isVisible(); }));
+}
