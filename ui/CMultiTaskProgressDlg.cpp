@@ -3,14 +3,17 @@
 #include "common/Dictionaries.h"
 
 #include <QApplication>
+#include <QFontMetrics>
 #include <QHeaderView>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScreen>
+#include <QStyle>
 #include <QTreeWidget>
 
 #include <algorithm>
+#include <vector>
 
 namespace KELCTRL {
 
@@ -262,10 +265,7 @@ void CMultiTaskProgressDlg::Tick() {
     }
     bool hasErrors = false;
     if (m_errorList) {
-        for (const QString& error : errors)
-            new QTreeWidgetItem(m_errorList, QStringList{error});
-        if (!errors.isEmpty())
-            m_errorList->resizeColumnToContents(0);
+        AppendErrorRows(errors);
         hasErrors = m_errorList->topLevelItemCount() > 0;
     }
     if (m_showSteps)
@@ -275,6 +275,44 @@ void CMultiTaskProgressDlg::Tick() {
 
     if (ended)
         WorkerEnded(hasErrors);
+}
+
+void CMultiTaskProgressDlg::AppendErrorRows(const QStringList& errors) {
+    if (errors.isEmpty())
+        return;
+    // A batch can report thousands of rows in one tick: they go in as one insertion, and the column
+    // grows to fit the new rows only, so a tick costs what it adds, not what the list already holds.
+    QList<QTreeWidgetItem*> items;
+    items.reserve(errors.size());
+    for (const QString& error : errors)
+        items.append(new QTreeWidgetItem(QStringList{error}));
+    m_errorList->addTopLevelItems(items);
+    const int width = WidestRow(errors);
+    if (width > m_errorList->columnWidth(0))
+        m_errorList->setColumnWidth(0, width);
+}
+
+int CMultiTaskProgressDlg::WidestRow(const QStringList& rows) const {
+    // Measuring text costs microseconds a row, so only the longest rows by characters are measured;
+    // among rows of a batch that is where the widest one lies.
+    constexpr qsizetype kMeasured = 64;
+    std::vector<const QString*> longest;
+    longest.reserve(rows.size());
+    for (const QString& row : rows)
+        longest.push_back(&row);
+    if (static_cast<qsizetype>(longest.size()) > kMeasured) {
+        std::nth_element(longest.begin(), longest.begin() + kMeasured, longest.end(),
+                         [](const QString* a, const QString* b) { return a->size() > b->size(); });
+        longest.resize(kMeasured);
+    }
+    const QFontMetrics metrics(m_errorList->font());
+    int widest = 0;
+    for (const QString* row : longest)
+        widest = std::max(widest, metrics.horizontalAdvance(*row));
+    // The item delegate's margins around the text.
+    const int margin =
+        m_errorList->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, m_errorList) + 1;
+    return widest + 2 * margin;
 }
 
 void CMultiTaskProgressDlg::WorkerEnded(bool hasErrors) {

@@ -84,6 +84,9 @@ protected:
 private:
     void CreateCtrls();
     void Tick();
+    void AppendErrorRows(const QStringList& errors);
+    // The column width that shows the widest of these rows whole.
+    int WidestRow(const QStringList& rows) const;
     void WorkerEnded(bool hasErrors);
     void SetStepLocked(int done, int total);
 

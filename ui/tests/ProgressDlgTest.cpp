@@ -15,6 +15,7 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTimer>
+#include <QFontMetrics>
 #include <QTreeWidget>
 
 #include <atomic>
@@ -453,4 +454,20 @@ TEST_F(ProgressDlg, ProgressWindowPaintsItsTextAndStep) {
     EXPECT_EQ(CountColour(wnd.RenderClient(), right, ink), 0);
     CProgressWnd::EndProgress();
     EXPECT_TRUE(kel_qt_test::PumpUntil([&] { return !wnd.isVisible(); }));
+}
+
+TEST_F(ProgressDlg, ErrorColumnFitsTheWidestRowOfALargeBatch) {
+    CMultiTaskProgressDlg dlg(0, 1);
+    Job job;
+    job.dlg = &dlg;
+    const QString wide = QString(120, QChar('W'));
+    job.body = [&](Job& j) {
+        for (int i = 0; i < 500; ++i)
+            j.dlg->AddErrorItem(i == 250 ? wide : QString("short %1").arg(i));
+    };
+    EXPECT_EQ(dlg.DoModal("wide", RunJob, &job), CBaseDialog::IDOK);
+    QTreeWidget* list = dlg.GetErrorList();
+    ASSERT_EQ(list->topLevelItemCount(), 500);
+    EXPECT_EQ(list->topLevelItem(250)->text(0), wide) << "rows keep the worker's order";
+    EXPECT_GE(list->columnWidth(0), QFontMetrics(list->font()).horizontalAdvance(wide));
 }

@@ -111,7 +111,11 @@ TEST(SubPanel, TextButtonsLineUpAtTheRightAndReachThePanel) {
             x += info.textButtonWidth + info.ctrlGap;
         }
         EXPECT_EQ(x - info.ctrlGap, 490) << "the row ends at the right edge given";
-        const auto lines = panel.findChildren<CSplitLine*>();
+        // The controls carry no Qt meta-object of their own, so they are told apart by their C++ type.
+        std::vector<const CSplitLine*> lines;
+        for (const QWidget* w : panel.findChildren<QWidget*>())
+            if (auto* line = dynamic_cast<const CSplitLine*>(w))
+                lines.push_back(line);
         int shownLines = 0;
         for (const CSplitLine* line : lines)
             if (!line->isHidden()) {
@@ -125,7 +129,7 @@ TEST(SubPanel, TextButtonsLineUpAtTheRightAndReachThePanel) {
         panel.PlaceTextButtonsRB(120, 490, 0);
         EXPECT_TRUE(Button(panel, CSubPanel::IDC_APPLY)->isHidden());
         EXPECT_EQ(Button(panel, CSubPanel::IDC_CLOSE)->geometry().right(), 489);
-        for (const CSplitLine* line : panel.findChildren<CSplitLine*>())
+        for (const CSplitLine* line : lines)
             EXPECT_TRUE(line->isHidden());
 
         // Each click does its own thing.
