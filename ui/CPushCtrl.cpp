@@ -22,9 +22,11 @@ int CPushCtrl::Press() {
 void CPushCtrl::PaintFace(QPainter& painter, int width, int height) const {
     const CUIColorSchema& c = UIColors();
     QColor face = CUIColorSchema::FromColorRef(c.btnFaceShadow);
-    if (isEnabled() && IsPushed())
+    if (!isEnabled())
+        face = CUIColorSchema::FromColorRef(c.bkDefault); // sunk, with its dim caption still readable
+    else if (IsPushed())
         face = CUIColorSchema::FromArgb(c.btnFacePressed);
-    else if (isEnabled() && IsHot())
+    else if (IsHot())
         face = CUIColorSchema::FromColorRef(c.btnFaceHighlight);
     painter.fillRect(QRect(0, 0, width, height), face);
     painter.save();

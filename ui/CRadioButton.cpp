@@ -10,9 +10,12 @@ void CRadioButton::SetCheck(int check) {
     CCheckBox::SetCheck(check);
     if (!check || !parentWidget())
         return;
-    for (CRadioButton* other : parentWidget()->findChildren<CRadioButton*>(Qt::FindDirectChildrenOnly))
-        if (other != this && other->m_group == m_group)
+    // The controls carry no meta-object of their own, so the type is checked by dynamic_cast.
+    for (QObject* child : parentWidget()->children()) {
+        auto* other = dynamic_cast<CRadioButton*>(child);
+        if (other && other != this && other->m_group == m_group)
             other->CCheckBox::SetCheck(0);
+    }
 }
 
 void CRadioButton::OnPressed() {

@@ -115,8 +115,15 @@ TEST_F(Selection, RadioButtonsUncheckOnlyTheirOwnGroupUnderTheirOwnParent) {
     }
     radios[0]->SetCheck(1);
     EXPECT_EQ(states(), (std::vector<int>{1, 0, 0, 0, 1, 1})) << "the setter keeps the group exclusive too";
-    const QImage on = radios[0]->RenderClient();
-    EXPECT_NE(on, radios[1]->RenderClient());
+    // A check box beside them is no member of any group.
+    CCheckBox box;
+    box.Create(&parent, QRect(200, 10, 120, 20), 79, QString("Apart"));
+    box.SetCheck(1);
+    Click(*radios[1]);
+    EXPECT_EQ(box.GetCheck(), 1);
+    EXPECT_EQ(states(), (std::vector<int>{0, 1, 0, 0, 1, 1}));
+    const QImage on = radios[1]->RenderClient();
+    EXPECT_NE(on, radios[0]->RenderClient());
 }
 
 TEST_F(Selection, ComboBoxTellsTheParentOfEveryUserChangeAndOnlyOfThose) {
