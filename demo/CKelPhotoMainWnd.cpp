@@ -13,6 +13,7 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFile>
+#include <QShowEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMimeData>
@@ -102,6 +103,14 @@ void CKelPhotoMainWnd::CreatePanels() {
     m_infoPage.SetParts(nullptr, 0, &m_infoLabel, nullptr, 0);
     Lock(0);
     UpdateZoomLabel();
+    WriteLayoutReport();
+}
+
+void CKelPhotoMainWnd::showEvent(QShowEvent* event) {
+    CPanelHost::showEvent(event);
+    // Keys belong to the photo until a control is used; left alone, activation would give them to
+    // the first edit of the side panel.
+    m_canvas.setFocus();
 }
 
 void CKelPhotoMainWnd::AdjustCtrls(int width, int height) {
@@ -404,6 +413,8 @@ intptr_t CKelPhotoMainWnd::OnNotify(uintptr_t ctrlId, NMHDR* header) {
 bool CKelPhotoMainWnd::eventFilter(QObject* watched, QEvent* event) {
     if (watched == &m_canvas && event->type() == QEvent::Paint && m_canvas.HasImage())
         ++m_canvasPaints;
+    if (watched == &m_canvas && (event->type() == QEvent::Resize || event->type() == QEvent::Move))
+        WriteLayoutReport();
     return CBaseWnd::eventFilter(watched, event);
 }
 

@@ -88,6 +88,7 @@ protected:
     void dropEvent(QDropEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     static void ProcessImage(const KELCTRL::CImageWnd* wnd, CImageDataInfo& dst, const CImageDataInfo& src,

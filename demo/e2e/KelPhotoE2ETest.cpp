@@ -204,6 +204,11 @@ protected:
 };
 
 TEST_F(KelPhotoE2E, PhotoIsVisibleCentredAndReactsToWheelDragAndKeys) {
+    // The side panel starts docked; F6 gives its room to the canvas for the scenarios below.
+    const int dockedWidth = CanvasRect().width();
+    X({"key", "F6"});
+    ASSERT_TRUE(WaitFor([&] { return CanvasRect().width() > dockedWidth; })) << "F6 did not hide the panel";
+
     // 1. At fit the whole photo is visible, with its aspect, centred in the canvas.
     QImage shot = SettledShot();
     ASSERT_FALSE(shot.isNull());
@@ -268,18 +273,22 @@ TEST_F(KelPhotoE2E, PhotoIsVisibleCentredAndReactsToWheelDragAndKeys) {
 TEST_F(KelPhotoE2E, SidePanelDocksAndItsControlsDriveThePhoto) {
     // Leave the brush mode of the first scenario: clicks below must not paint.
     X({"key", "b"});
+    // The first scenario hid the side panels; F6 docks them again and the canvas gives up the room.
+    const QRect hidden = CanvasRect();
+    ASSERT_TRUE(hidden.isValid()) << "the editor reported no layout";
+    X({"key", "F6"});
+    ASSERT_TRUE(WaitFor([&] { return CanvasRect().width() < hidden.width(); })) << "F6 did not dock the panel";
     const QRect docked = CanvasRect();
-    ASSERT_TRUE(docked.isValid()) << "the editor reported no layout";
     const QRect bar = LayoutRect("rightbar");
     ASSERT_TRUE(bar.isValid());
     // A point inside the docked panel, left of the right bar.
     const QPoint inPanel(bar.left() - 40, bar.center().y());
-    EXPECT_FALSE(IsImagePixel(SettledShot().pixel(inPanel))) << "the panel is not docked at start";
+    EXPECT_FALSE(IsImagePixel(SettledShot().pixel(inPanel))) << "the docked panel does not show";
 
-    // F6 hides the side panels: the canvas takes their room and the photo shows where the panel was.
+    // F6 hides the side panels again: the canvas takes their room and the photo shows where the
+    // panel was.
     X({"key", "F6"});
-    ASSERT_TRUE(WaitFor([&] { return CanvasRect().width() > docked.width(); }))
-        << "F6 did not hide the panel";
+    ASSERT_TRUE(WaitFor([&] { return CanvasRect() == hidden; })) << "F6 did not hide the panel";
     EXPECT_EQ(CanvasRect().right(), bar.left() - 1);
     EXPECT_TRUE(IsImagePixel(SettledShot().pixel(inPanel)));
 
