@@ -13,11 +13,11 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFile>
-#include <QShowEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMimeData>
 #include <QPixmap>
+#include <QShowEvent>
 #include <QTimer>
 
 #include <cmath>
@@ -407,7 +407,7 @@ void CKelPhotoMainWnd::UpdateZoomLabel() {
 intptr_t CKelPhotoMainWnd::OnNotify(uintptr_t ctrlId, NMHDR* header) {
     if (ctrlId == kCanvasId && header && header->code == NM_IMGWND_ZOOMCHANGED)
         UpdateZoomLabel();
-    return CBaseWnd::OnNotify(ctrlId, header);
+    return CPanelHost::OnNotify(ctrlId, header);
 }
 
 bool CKelPhotoMainWnd::eventFilter(QObject* watched, QEvent* event) {
@@ -415,7 +415,7 @@ bool CKelPhotoMainWnd::eventFilter(QObject* watched, QEvent* event) {
         ++m_canvasPaints;
     if (watched == &m_canvas && (event->type() == QEvent::Resize || event->type() == QEvent::Move))
         WriteLayoutReport();
-    return CBaseWnd::eventFilter(watched, event);
+    return CPanelHost::eventFilter(watched, event);
 }
 
 void CKelPhotoMainWnd::ScheduleScreenshot(const QString& path, int delayMs, bool reportStartup) {
@@ -427,7 +427,7 @@ void CKelPhotoMainWnd::ScheduleScreenshot(const QString& path, int delayMs, bool
 
 void CKelPhotoMainWnd::OnTimer(uintptr_t id) {
     if (id != TIMER_SCREENSHOT)
-        return CBaseWnd::OnTimer(id);
+        return CPanelHost::OnTimer(id);
     // The first processed paint: the image is set, processing has finished and the canvas has
     // painted since.
     const bool processed =
