@@ -124,6 +124,7 @@ void CKelPhotoApp::AddHotkeys() {
     AddHotKey(KELCTRL::FCONTROL, 'L', CMD_ROTATE_LEFT);
     AddHotKey(KELCTRL::FCONTROL, 'R', CMD_ROTATE_RIGHT);
     AddHotKey(KELCTRL::FCONTROL | KELCTRL::FSHIFT, 'A', CMD_APPLY_TO_FILES);
+    AddHotKey(0, KELCTRL::VK_F1 + 5, CMD_TOGGLE_PANELS); // F6
 }
 
 void CKelPhotoApp::OnCommand(unsigned short id) {

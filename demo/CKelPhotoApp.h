@@ -18,6 +18,7 @@ enum COMMAND : unsigned short {
     CMD_ROTATE_LEFT = 1005,
     CMD_ROTATE_RIGHT = 1006,
     CMD_APPLY_TO_FILES = 1007,
+    CMD_TOGGLE_PANELS = 1008,
 };
 
 class CKelPhotoApp : public KELCTRL::CPhotoEditorApp {

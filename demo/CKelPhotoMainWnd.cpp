@@ -12,15 +12,13 @@
 #include <QCloseEvent>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QHBoxLayout>
-#include <QLabel>
 #include <QMimeData>
 #include <QPixmap>
-#include <QSlider>
+#include <QShowEvent>
 #include <QTimer>
-#include <QToolButton>
 
 #include <cmath>
 #include <cstdio>
@@ -65,64 +63,88 @@ CKelPhotoMainWnd::~CKelPhotoMainWnd() {
     m_canvas.UnloadAllTools();
 }
 
+int CKelPhotoMainWnd::Create(QWidget* parent, const QRect& rect, unsigned id, int visible) {
+    if (!CPanelHost::Create(parent, rect, id, visible))
+        return 0;
+    CreatePanels();
+    return 1;
+}
+
 void CKelPhotoMainWnd::OnInitWnd() {
     m_canvas.Create(this, QRect(0, 0, 10, 10), kCanvasId);
     m_canvas.SetProcessImageFunc(&CKelPhotoMainWnd::ProcessImage);
     m_canvas.installEventFilter(this);
     m_canvas.LoadTool(&m_navigator);
-    CreateStrip();
-    AdjustCtrls(width(), height()); // the window was sized before its children existed
+    AddCenterWnd(&m_canvas, QStringLiteral("Canvas"));
 }
 
-void CKelPhotoMainWnd::CreateStrip() {
-    m_strip = new QWidget(this);
-    m_strip->setAutoFillBackground(true);
-    QPalette pal = m_strip->palette();
-    pal.setColor(QPalette::Window, CUIColorSchema::FromColorRef(UIColors().bkPanel));
-    pal.setColor(QPalette::WindowText, CUIColorSchema::FromColorRef(UIColors().textNormal));
-    m_strip->setPalette(pal);
-    auto* layout = new QHBoxLayout(m_strip);
-    layout->setContentsMargins(8, 2, 8, 2);
-    layout->setSpacing(8);
-    m_zoomLabel = new QLabel(m_strip);
-    m_zoomLabel->setMinimumWidth(90);
-    layout->addWidget(m_zoomLabel);
-    auto addSlider = [&](const char* key, int min, int max) {
-        layout->addWidget(new QLabel(GetDictText(key), m_strip));
-        auto* s = new QSlider(Qt::Horizontal, m_strip);
-        s->setRange(min, max);
-        s->setValue(0);
-        s->setMinimumWidth(60); // narrow windows shrink the sliders rather than crowd the strip
-        s->setMaximumWidth(180);
-        s->setFocusPolicy(Qt::NoFocus); // keys belong to the canvas
-        QObject::connect(s, &QSlider::sliderPressed, this, [this] { OnSliderPressed(); });
-        QObject::connect(s, &QSlider::valueChanged, this, [this] { OnSliderMoved(); });
-        QObject::connect(s, &QSlider::sliderReleased, this, [this] { OnSliderReleased(); });
-        layout->addWidget(s, 1);
-        return s;
-    };
-    m_exposure = addSlider("IDS_KELPHOTO_EXPOSURE", -300, 300); // EV x 100
-    m_contrast = addSlider("IDS_KELPHOTO_CONTRAST", -100, 100);
-    m_brushButton = new QToolButton(m_strip);
-    m_brushButton->setText(GetDictText("IDS_KELPHOTO_BRUSH"));
-    m_brushButton->setCheckable(true);
-    m_brushButton->setFocusPolicy(Qt::NoFocus);
-    QObject::connect(m_brushButton, &QToolButton::toggled, this, [this](bool on) {
-        if (on != m_brushLoaded)
-            SetBrushMode(on, false);
+void CKelPhotoMainWnd::CreatePanels() {
+    Lock(1); // one layout at the end
+    m_sidePanel.SetFixedSize(kSidePanelWidth);
+    SetPanel(DOCK_RIGHT, &m_sidePanel, CDockableBar::BAR_DOCKED);
+    m_sidePanel.AddChild(&m_sidePage);
+    m_accordion.Create(&m_sidePage, QRect(0, 0, m_sidePage.GetClientWidth(), 10), 100);
+    m_sidePage.SetParts(nullptr, 0, &m_accordion, nullptr, 0);
+    m_adjustPanel.SetCallbacks({
+        [this](const ADJUSTMENT& a) { ApplyAdjustment(a); },
+        [this] { OnAdjustDragStarted(); },
+        [this] { OnAdjustDragEnded(); },
+        [this](bool on) {
+            if (on != m_brushLoaded)
+                SetBrushMode(on, false);
+        },
     });
-    layout->addWidget(m_brushButton);
-    layout->addStretch(1);
-    m_fileLabel = new QLabel(m_strip);
-    layout->addWidget(m_fileLabel);
+    m_accordion.AddPanel(&m_adjustPanel, GetDictText("IDS_KELPHOTO_ADJUST"), 1);
+
+    m_infoPanel.SetFixedSize(kInfoPanelHeight);
+    SetPanel(DOCK_BOTTOM, &m_infoPanel, CDockableBar::BAR_DOCKED);
+    m_infoPanel.AddChild(&m_infoPage);
+    m_infoLabel.Create(&m_infoPage, QRect(0, 0, 10, 10), 0, QString());
+    m_infoPage.SetParts(nullptr, 0, &m_infoLabel, nullptr, 0);
+    Lock(0);
     UpdateZoomLabel();
+    WriteLayoutReport();
+}
+
+void CKelPhotoMainWnd::showEvent(QShowEvent* event) {
+    CPanelHost::showEvent(event);
+    // Keys belong to the photo until a control is used; left alone, activation would give them to
+    // the first edit of the side panel.
+    m_canvas.setFocus();
 }
 
 void CKelPhotoMainWnd::AdjustCtrls(int width, int height) {
-    const int strip = std::min(kStripHeight, height);
-    m_canvas.MoveWindow(QRect(0, 0, width, std::max(1, height - strip)));
-    if (m_strip)
-        m_strip->setGeometry(0, height - strip, width, strip);
+    CPanelHost::AdjustCtrls(width, height);
+    WriteLayoutReport();
+}
+
+void CKelPhotoMainWnd::OnPanelChanged() {
+    CPanelHost::OnPanelChanged();
+    WriteLayoutReport();
+}
+
+void CKelPhotoMainWnd::WriteLayoutReport() const {
+    static const QByteArray path = qgetenv("KELPHOTO_LAYOUT_FILE");
+    if (path.isEmpty() || !m_adjustPanel.IsWindow())
+        return;
+    QFile file(QString::fromLocal8Bit(path));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return;
+    auto line = [&](const char* name, const QWidget* w) {
+        const QPoint p = w->mapTo(this, QPoint(0, 0));
+        file.write(QStringLiteral("%1 %2 %3 %4 %5\n")
+                       .arg(QLatin1String(name))
+                       .arg(p.x())
+                       .arg(p.y())
+                       .arg(w->width())
+                       .arg(w->height())
+                       .toUtf8());
+    };
+    line("canvas", &m_canvas);
+    line("rightbar", GetBar(DOCK_RIGHT));
+    line("exposure", &m_adjustPanel.ExposureSlider());
+    line("exposureedit", &m_adjustPanel.ExposureEdit());
+    file.write("exposuretext " + m_adjustPanel.ExposureEdit().GetText().toUtf8() + "\n");
 }
 
 // ------------------------------------------------------------------ the processing function
@@ -135,21 +157,14 @@ void CKelPhotoMainWnd::ProcessImage(const CImageWnd* wnd, CImageDataInfo& dst, c
         self->m_adjustment.Process(dst, src, x, y, zoom);
 }
 
-void CKelPhotoMainWnd::OnSliderPressed() {
+void CKelPhotoMainWnd::OnAdjustDragStarted() {
     if (!m_canvas.HasImage())
         return;
     m_sliderHeld = true;
     m_canvas.EnterAdjustingMode();
 }
 
-void CKelPhotoMainWnd::OnSliderMoved() {
-    ADJUSTMENT a;
-    a.exposure = m_exposure->value() / 100.0;
-    a.contrast = m_contrast->value();
-    ApplyAdjustment(a);
-}
-
-void CKelPhotoMainWnd::OnSliderReleased() {
+void CKelPhotoMainWnd::OnAdjustDragEnded() {
     if (!m_sliderHeld)
         return;
     m_sliderHeld = false;
@@ -160,6 +175,7 @@ void CKelPhotoMainWnd::ApplyAdjustment(const ADJUSTMENT& adjustment) {
     if (m_adjustment.Get() == adjustment)
         return;
     m_adjustment.Set(adjustment);
+    WriteLayoutReport();
     if (!m_canvas.HasImage())
         return;
     if (m_canvas.IsAdjustingMode())
@@ -182,8 +198,7 @@ void CKelPhotoMainWnd::SetBrushMode(bool on, bool erase) {
         m_canvas.UnloadTool(&m_brush, 1);
         m_brushLoaded = false;
     }
-    if (m_brushButton && m_brushButton->isChecked() != m_brushLoaded)
-        m_brushButton->setChecked(m_brushLoaded);
+    m_adjustPanel.SetBrushChecked(m_brushLoaded);
 }
 
 // ------------------------------------------------------------------ files
@@ -222,8 +237,7 @@ int CKelPhotoMainWnd::OpenFile(const QString& path, bool report, QString* error)
     while (m_app.RecentFiles().size() > KELCTRL::CPhotoEditorApp::kRecentFileCount)
         m_app.RecentFiles().removeLast();
     setWindowTitle(QStringLiteral("%1 - %2").arg(QFileInfo(path).fileName(), m_app.GetAppNameEdition()));
-    if (m_fileLabel)
-        m_fileLabel->setText(QStringLiteral("%1 x %2").arg(m_before.width).arg(m_before.height));
+    m_fileText = QStringLiteral("%1 x %2").arg(m_before.width).arg(m_before.height);
     UpdateZoomLabel();
     return 1;
 }
@@ -292,8 +306,10 @@ void CKelPhotoMainWnd::ShowSaveDialog() {
     if (!SaveTo(path, replace, &error))
         m_app.ShowMessage(FormatDictText("IDS_KELPHOTO_SAVE_FAILED", {QFileInfo(path).fileName(), error}),
                           MB_ICONERROR);
-    else if (m_fileLabel)
-        m_fileLabel->setText(FormatDictText("IDS_KELPHOTO_SAVED", {QFileInfo(path).fileName()}));
+    else {
+        m_fileText = FormatDictText("IDS_KELPHOTO_SAVED", {QFileInfo(path).fileName()});
+        UpdateZoomLabel();
+    }
 }
 
 void CKelPhotoMainWnd::OnCommand(unsigned short id) {
@@ -313,6 +329,9 @@ void CKelPhotoMainWnd::OnCommand(unsigned short id) {
         break;
     case CMD_APPLY_TO_FILES:
         ApplyToFiles();
+        break;
+    case CMD_TOGGLE_PANELS:
+        ToggleSidePanels();
         break;
     case CMD_ERASE: {
         // E switches between painting and erasing, entering the brush mode when needed.
@@ -380,20 +399,23 @@ QString CKelPhotoMainWnd::ZoomText() const {
 }
 
 void CKelPhotoMainWnd::UpdateZoomLabel() {
-    if (m_zoomLabel)
-        m_zoomLabel->setText(ZoomText());
+    if (m_infoLabel.IsWindow())
+        m_infoLabel.SetText(m_fileText.isEmpty() ? ZoomText()
+                                                 : ZoomText() + QStringLiteral("    ") + m_fileText);
 }
 
 intptr_t CKelPhotoMainWnd::OnNotify(uintptr_t ctrlId, NMHDR* header) {
     if (ctrlId == kCanvasId && header && header->code == NM_IMGWND_ZOOMCHANGED)
         UpdateZoomLabel();
-    return CBaseWnd::OnNotify(ctrlId, header);
+    return CPanelHost::OnNotify(ctrlId, header);
 }
 
 bool CKelPhotoMainWnd::eventFilter(QObject* watched, QEvent* event) {
     if (watched == &m_canvas && event->type() == QEvent::Paint && m_canvas.HasImage())
         ++m_canvasPaints;
-    return CBaseWnd::eventFilter(watched, event);
+    if (watched == &m_canvas && (event->type() == QEvent::Resize || event->type() == QEvent::Move))
+        WriteLayoutReport();
+    return CPanelHost::eventFilter(watched, event);
 }
 
 void CKelPhotoMainWnd::ScheduleScreenshot(const QString& path, int delayMs, bool reportStartup) {
@@ -405,7 +427,7 @@ void CKelPhotoMainWnd::ScheduleScreenshot(const QString& path, int delayMs, bool
 
 void CKelPhotoMainWnd::OnTimer(uintptr_t id) {
     if (id != TIMER_SCREENSHOT)
-        return CBaseWnd::OnTimer(id);
+        return CPanelHost::OnTimer(id);
     // The first processed paint: the image is set, processing has finished and the canvas has
     // painted since.
     const bool processed =

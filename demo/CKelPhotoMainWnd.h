@@ -1,31 +1,36 @@
 #pragma once
-// The sample product's main window: one canvas filling it, a thin strip with the zoom read-out and
-// the live adjustment, open by dialog or drop, save to a new name.
+// The sample product's main window: a panel host with the canvas in the centre, the "Adjust" panel
+// docked on the right and the zoom read-out docked at the bottom; open by dialog or drop, save to a
+// new name.
 #include "common/CImageDataInfo.h"
+#include "demo/CAdjustPanel.h"
 #include "demo/CPhotoAdjustment.h"
 #include "imagefile/ImageFileTypes.h"
 #include "imagewnd/CImageWnd.h"
 #include "tools/geometry/CNavigator.h"
 #include "tools/paint/CBrushTool.h"
-#include "ui/CBaseWnd.h"
+#include "ui/CAccordionPanelHost.h"
+#include "ui/CDockablePanel.h"
+#include "ui/CDockablePanelChild_3Part.h"
+#include "ui/CLabel.h"
+#include "ui/CPanelHost.h"
 
 #include <QString>
 #include <QStringList>
 
 #include <functional>
 
-class QLabel;
-class QSlider;
-class QToolButton;
-
 namespace kelphoto {
 
 class CKelPhotoApp;
 
-class CKelPhotoMainWnd : public KELCTRL::CBaseWnd {
+class CKelPhotoMainWnd : public KELCTRL::CPanelHost {
 public:
     explicit CKelPhotoMainWnd(CKelPhotoApp& app);
     ~CKelPhotoMainWnd() override;
+
+    // Creates the host, then the panels, which need its bars.
+    int Create(QWidget* parent, const QRect& rect, unsigned id, int visible = 1) override;
 
     // Opens a photo. A file that cannot be read leaves the current image; with `report` the user is
     // told why. Returns 1 on success.
@@ -60,25 +65,37 @@ public:
     // Painted frames of the canvas since the last image was set.
     int CanvasPaintCount() const { return m_canvasPaints; }
 
-    static constexpr int kStripHeight = 36;
+    CAdjustPanel& AdjustPanel() { return m_adjustPanel; }
+    // The read-out at the bottom: zoom, then the image size or the last save.
+    QString InfoText() const { return m_infoLabel.GetText(); }
+
+    // With KELPHOTO_LAYOUT_FILE set, every layout writes the rectangles of the canvas, the right bar
+    // and the exposure row there (window coordinates), so that a driver of real input can find them.
+    void WriteLayoutReport() const;
+    using KELCTRL::CPanelHost::AdjustCtrls;
+    void AdjustCtrls(int width, int height) override;
+    void OnPanelChanged() override;
+
+    // Unscaled thickness of the side panel and of the read-out.
+    static constexpr int kSidePanelWidth = 300;
+    static constexpr int kInfoPanelHeight = 24;
 
 protected:
     void OnInitWnd() override;
-    void AdjustCtrls(int width, int height) override;
     intptr_t OnNotify(uintptr_t ctrlId, KELCTRL::NMHDR* header) override;
     void OnTimer(uintptr_t id) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     static void ProcessImage(const KELCTRL::CImageWnd* wnd, CImageDataInfo& dst, const CImageDataInfo& src,
                              double zoom, int x, int y, const CImageDataInfo* fullSource);
-    void CreateStrip();
-    void OnSliderPressed();
-    void OnSliderMoved();
-    void OnSliderReleased();
+    void CreatePanels();
+    void OnAdjustDragStarted();
+    void OnAdjustDragEnded();
     void UpdateZoomLabel();
     void ShowOpenDialog();
     void ShowSaveDialog();
@@ -90,7 +107,6 @@ private:
     KELCTRL::IMGWND_TOOL::CNavigator m_navigator;
     KELCTRL::IMGWND_TOOL::CBrushTool m_brush;
     bool m_brushLoaded = false;
-    QToolButton* m_brushButton = nullptr;
     CPhotoAdjustment m_adjustment;
 
     CImageDataInfo m_before; // the photo as loaded
@@ -98,11 +114,14 @@ private:
     ImageFile::FILEINFO m_info;
     QString m_path;
 
-    QWidget* m_strip = nullptr;
-    QLabel* m_zoomLabel = nullptr;
-    QLabel* m_fileLabel = nullptr;
-    QSlider* m_exposure = nullptr;
-    QSlider* m_contrast = nullptr;
+    KELCTRL::CDockablePanel m_sidePanel;
+    KELCTRL::CDockablePanelChild_3Part m_sidePage;
+    KELCTRL::CAccordionPanelHost m_accordion;
+    CAdjustPanel m_adjustPanel;
+    KELCTRL::CDockablePanel m_infoPanel;
+    KELCTRL::CDockablePanelChild_3Part m_infoPage;
+    KELCTRL::CLabel m_infoLabel;
+    QString m_fileText;
     bool m_sliderHeld = false;
 
     std::function<QStringList()> m_fileChooser;

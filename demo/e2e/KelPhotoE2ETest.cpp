@@ -1,6 +1,7 @@
 // Guards against an editor that starts but shows nothing, shows the photo off-centre, or ignores real
 // X input: the wheel with Ctrl must zoom, a drag must pan, a key must move the view, and a brush
-// stroke must show on the photo.
+// stroke must show on the photo; the side panel must show on hover, dock on a click and drive the
+// photo through its slider and value edit; a broken file must be refused with a message box.
 //
 // The test photo encodes its own coordinates: red grows with x, green with y, blue is constant. So a
 // screenshot tells which image point lies under any screen point, and zoom and panning can be read
@@ -82,6 +83,8 @@ protected:
         s_env.insert("DISPLAY", s_display);
         s_env.remove("QT_QPA_PLATFORM");
         s_env.insert("XDG_DATA_HOME", s_dir->filePath("data"));
+        s_layout = s_dir->filePath("layout.txt");
+        s_env.insert("KELPHOTO_LAYOUT_FILE", s_layout);
         // The editor.
         s_app = new QProcess;
         s_app->setProcessEnvironment(s_env);
@@ -127,11 +130,35 @@ protected:
         return QImage(path).convertToFormat(QImage::Format_RGB32);
     }
 
-    // The canvas part of the window in a screenshot (the strip at the bottom is not part of it).
-    static QRect CanvasRect() {
-        const QRect w = WindowRect();
-        return QRect(w.x(), w.y(), w.width(), w.height() - 36);
+    // What the editor last reported of its layout: rectangles in window coordinates, and texts.
+    static QString LayoutValue(const QString& name) {
+        QFile f(s_layout);
+        if (!f.open(QIODevice::ReadOnly))
+            return QString();
+        for (const QString& line : QString::fromUtf8(f.readAll()).split('\n'))
+            if (line.startsWith(name + ' '))
+                return line.mid(name.size() + 1);
+        return QString();
     }
+    static QRect LayoutRect(const QString& name) {
+        const QStringList v = LayoutValue(name).split(' ');
+        if (v.size() != 4)
+            return QRect();
+        return QRect(v[0].toInt(), v[1].toInt(), v[2].toInt(), v[3].toInt())
+            .translated(WindowRect().topLeft());
+    }
+    // Waits (bounded) until the reported layout satisfies a condition.
+    template <class Pred> static bool WaitFor(Pred pred) {
+        for (int i = 0; i < 40; ++i) {
+            if (pred())
+                return true;
+            QThread::msleep(150);
+        }
+        return pred();
+    }
+
+    // The canvas in screen coordinates, as the editor laid it out.
+    static QRect CanvasRect() { return LayoutRect("canvas"); }
 
     static QRect ImageBox(const QImage& shot, const QRect& area) {
         int l = INT32_MAX, t = INT32_MAX, r = -1, b = -1;
@@ -172,11 +199,20 @@ protected:
     static inline QTemporaryDir* s_dir = nullptr;
     static inline QProcess* s_xvfb = nullptr;
     static inline QProcess* s_app = nullptr;
-    static inline QString s_display, s_photo, s_window;
+    static inline QString s_display, s_photo, s_window, s_layout;
     static inline QProcessEnvironment s_env;
 };
 
 TEST_F(KelPhotoE2E, PhotoIsVisibleCentredAndReactsToWheelDragAndKeys) {
+    // The side panel starts docked; F6 gives its room to the canvas for the scenarios below.
+    const int dockedWidth = CanvasRect().width();
+    // Without a window manager a window is activated by a click only: on the read-out under the
+    // photo, where a click does nothing else.
+    const QPoint start(CanvasRect().left() + 4, CanvasRect().bottom() + 8);
+    X({"mousemove", QString::number(start.x()), QString::number(start.y()), "click", "1"});
+    X({"key", "F6"});
+    ASSERT_TRUE(WaitFor([&] { return CanvasRect().width() > dockedWidth; })) << "F6 did not hide the panel";
+
     // 1. At fit the whole photo is visible, with its aspect, centred in the canvas.
     QImage shot = SettledShot();
     ASSERT_FALSE(shot.isNull());
@@ -236,6 +272,105 @@ TEST_F(KelPhotoE2E, PhotoIsVisibleCentredAndReactsToWheelDragAndKeys) {
     EXPECT_GT(qBlue(shot.pixel(c.x(), strokeY)), kBlue + 30) << "the stroke is not visible";
     EXPECT_NEAR(qBlue(shot.pixel(c.x(), c.y() - 80)), kBlue, 4)
         << "the brush changed the photo off the stroke";
+}
+
+TEST_F(KelPhotoE2E, SidePanelDocksAndItsControlsDriveThePhoto) {
+    // Leave the brush mode of the first scenario: clicks below must not paint.
+    X({"key", "b"});
+    // The first scenario hid the side panels; F6 docks them again and the canvas gives up the room.
+    const QRect hidden = CanvasRect();
+    ASSERT_TRUE(hidden.isValid()) << "the editor reported no layout";
+    X({"key", "F6"});
+    ASSERT_TRUE(WaitFor([&] { return CanvasRect().width() < hidden.width(); }))
+        << "F6 did not dock the panel";
+    const QRect docked = CanvasRect();
+    const QRect bar = LayoutRect("rightbar");
+    ASSERT_TRUE(bar.isValid());
+    // A point inside the docked panel, left of the right bar.
+    const QPoint inPanel(bar.left() - 40, bar.center().y());
+    EXPECT_FALSE(IsImagePixel(SettledShot().pixel(inPanel))) << "the docked panel does not show";
+
+    // F6 hides the side panels again: the canvas takes their room and the photo shows where the
+    // panel was.
+    X({"key", "F6"});
+    ASSERT_TRUE(WaitFor([&] { return CanvasRect() == hidden; })) << "F6 did not hide the panel";
+    EXPECT_EQ(CanvasRect().right(), bar.left() - 1);
+    EXPECT_TRUE(IsImagePixel(SettledShot().pixel(inPanel)));
+
+    // Hovering the bar shows the panel over the photo without taking room; a click docks it.
+    X({"mousemove", QString::number(bar.center().x()), QString::number(bar.center().y())});
+    QThread::msleep(400);
+    EXPECT_FALSE(IsImagePixel(SettledShot().pixel(inPanel))) << "hovering the bar did not show the panel";
+    EXPECT_GT(CanvasRect().width(), docked.width()) << "a shown panel took room from the canvas";
+    const QImage floating = SettledShot();
+    X({"click", "1"});
+    ASSERT_TRUE(WaitFor([&] { return CanvasRect() == docked; }))
+        << "a click on the bar did not dock the panel";
+    const QImage dockedShot = SettledShot();
+    const QPoint probe(docked.center().x(), docked.center().y() - 80);
+    EXPECT_NE(floating.pixel(probe), dockedShot.pixel(probe)) << "docking did not move the photo";
+
+    // Dragging the exposure thumb to the right brightens the photo and writes the value in the edit.
+    const int blueBefore = qBlue(dockedShot.pixel(probe));
+    const QRect slider = LayoutRect("exposure");
+    ASSERT_TRUE(slider.isValid());
+    const QPoint thumb = slider.center(); // value 0 sits in the middle of -3 … +3
+    X({"mousemove", QString::number(thumb.x()), QString::number(thumb.y())});
+    X({"mousedown", "1"});
+    for (int step = 1; step <= 5; ++step)
+        X({"mousemove", QString::number(thumb.x() + 8 * step), QString::number(thumb.y())});
+    X({"mouseup", "1"});
+    QImage shot = SettledShot();
+    EXPECT_GT(qBlue(shot.pixel(probe)), blueBefore + 10) << "the exposure drag did not brighten the photo";
+    EXPECT_TRUE(WaitFor([] { return LayoutValue("exposuretext").startsWith('+'); }))
+        << "the edit shows " << LayoutValue("exposuretext").toStdString();
+
+    // Typing -1.5 and Enter in the edit darkens it.
+    const QRect edit = LayoutRect("exposureedit");
+    ASSERT_TRUE(edit.isValid());
+    X({"mousemove", QString::number(edit.center().x()), QString::number(edit.center().y())});
+    X({"click", "--repeat", "3", "--delay", "80", "1"}); // select the whole text
+    X({"key", "ctrl+a"});
+    X({"type", "--delay", "60", "--", "-1.5"});
+    X({"key", "Return"});
+    EXPECT_TRUE(WaitFor([] { return LayoutValue("exposuretext").toDouble() == -1.5; }))
+        << "the edit shows " << LayoutValue("exposuretext").toStdString();
+    shot = SettledShot();
+    EXPECT_LT(qBlue(shot.pixel(probe)), blueBefore - 20) << "typing -1.5 did not darken the photo";
+
+    // A double click on the slider restores the default, and with it the pixels.
+    const QPoint thumbNow(slider.left() + slider.width() / 4, slider.center().y()); // near -1.5
+    X({"mousemove", QString::number(thumbNow.x()), QString::number(thumbNow.y())});
+    X({"click", "--repeat", "2", "--delay", "60", "1"});
+    EXPECT_TRUE(WaitFor([] { return LayoutValue("exposuretext") == QLatin1String("0.00"); }))
+        << "the edit shows " << LayoutValue("exposuretext").toStdString();
+    shot = SettledShot();
+    EXPECT_NEAR(qBlue(shot.pixel(probe)), blueBefore, 4) << "the double click did not restore the photo";
+}
+
+TEST_F(KelPhotoE2E, ABrokenFileGivesAMessageBoxThatEnterClosesAndKeepsThePhoto) {
+    const QString broken = s_dir->filePath("broken.jpg");
+    {
+        QFile f(broken);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write("\xFF\xD8\xFF\xE0 this is not a photo");
+    }
+    const QImage before = SettledShot();
+    const QPoint probe(CanvasRect().center().x(), CanvasRect().center().y() - 80);
+    // A second start hands the file to the running editor, which reports it.
+    QProcess second;
+    second.setProcessEnvironment(s_env);
+    second.start(qEnvironmentVariable("KELPHOTO"), {broken});
+    ASSERT_TRUE(second.waitForFinished(15000));
+    auto windows = [] {
+        return RunTool("xdotool", {"search", "--onlyvisible", "--name", "Kel Photo"}, s_env)
+            .split('\n', Qt::SkipEmptyParts)
+            .size();
+    };
+    ASSERT_TRUE(WaitFor([&] { return windows() >= 2; })) << "no message box appeared";
+    X({"key", "Return"});
+    EXPECT_TRUE(WaitFor([&] { return windows() == 1; })) << "Enter did not close the message box";
+    EXPECT_EQ(SettledShot().pixel(probe), before.pixel(probe)) << "the photo was not kept";
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // Guards against a sample product that loses the current photo on a bad file, overwrites the original
-// without asking, saves something other than what the adjustment shows, or bends tones the wrong way.
+// without asking, saves something other than what the adjustment shows, bends tones the wrong way,
+// or whose side panel does not drive the adjustment and the brush or lets the canvas overlap it.
 #include "common/testing/TestImages.h"
 #include "demo/CKelPhotoApp.h"
 #include "demo/CKelPhotoMainWnd.h"
@@ -7,6 +8,8 @@
 #include "demo/SamplePhoto.h"
 #include "imagefile/ImageFile.h"
 #include "imageprocess/ImageProcess.h"
+#include "ui/CValueEditCtrl.h"
+#include "ui/CtrlDefs.h"
 #include "ui/tests/QtTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -203,6 +206,55 @@ TEST_F(MainWindowTest, BrushStrokeBrightensThePhotoUnderItOnly) {
     EXPECT_EQ(wnd->Brush().GetBrush().mode, KELCTRL::IMGWND_TOOL::CBrush::MODE_ERASE);
     wnd->SetBrushMode(false, false);
     EXPECT_FALSE(wnd->IsBrushMode());
+}
+
+TEST_F(MainWindowTest, TheAdjustPanelDrivesThePhotoAndF6GivesItsRoomToTheCanvas) {
+    ASSERT_EQ(wnd->OpenFile(photo, false), 1);
+    wnd->show();
+    CAdjustPanel& panel = wnd->AdjustPanel();
+    const QRect docked = wnd->Canvas().geometry();
+    const QRect side = wnd->GetPanel(KELCTRL::DOCK_RIGHT)->geometry();
+    EXPECT_FALSE(docked.intersects(side)) << "the canvas lies under the docked panel";
+    EXPECT_EQ(docked.right() + 1, side.left());
+
+    // Typing a value in the exposure edit adjusts the photo; the slider follows.
+    KELCTRL::CValueEditCtrl* edit = panel.ExposureEdit().GetEditCtrl();
+    ASSERT_NE(edit, nullptr);
+    edit->setText(QStringLiteral("-1.5"));
+    EXPECT_DOUBLE_EQ(wnd->Adjustment().Get().exposure, -1.5);
+    EXPECT_EQ(panel.ExposureSlider().GetValue(), -150);
+    edit->setText(QStringLiteral("1.2.3")); // not a number: nothing changes
+    EXPECT_DOUBLE_EQ(wnd->Adjustment().Get().exposure, -1.5);
+
+    // A double click on the contrast slider after a wheel step restores its default.
+    kel_qt_test::Mouse m(panel.ContrastSlider());
+    const QPoint thumb = panel.ContrastSlider().GetThumbRect().center();
+    m.Wheel(thumb, 120);
+    EXPECT_EQ(wnd->Adjustment().Get().contrast, 5);
+    m.Press(thumb);
+    m.Release(thumb);
+    m.Press(thumb, Qt::LeftButton, {}, true);
+    m.QtDoubleClick(thumb);
+    m.Release(thumb);
+    EXPECT_EQ(wnd->Adjustment().Get().contrast, 0);
+
+    // Reset returns every value; the brush box switches the brush mode and follows it.
+    panel.SendMessage(KELCTRL::WM_COMMAND, KELCTRL::MakeCommandWParam(KELCTRL::CSubPanel::IDC_RESET, 0), 0);
+    EXPECT_TRUE(wnd->Adjustment().Get().IsIdentity());
+    EXPECT_EQ(panel.ExposureEdit().GetValue(), 0);
+    panel.SendMessage(KELCTRL::WM_COMMAND, KELCTRL::MakeCommandWParam(CAdjustPanel::IDC_BRUSH, 0), 0);
+    EXPECT_EQ(wnd->IsBrushMode(), panel.BrushBox().GetCheck() != 0);
+    wnd->OnCommand(CMD_BRUSH);
+    EXPECT_EQ(panel.BrushBox().GetCheck() != 0, wnd->IsBrushMode());
+
+    // F6 hides the side panel and the canvas takes its room; a click on the bar docks it again, and
+    // the window lays out on the bar's notice.
+    wnd->OnCommand(CMD_TOGGLE_PANELS);
+    EXPECT_GT(wnd->Canvas().width(), docked.width());
+    kel_qt_test::Mouse bar(*wnd->GetBar(KELCTRL::DOCK_RIGHT));
+    bar.Press(QPoint(4, 4));
+    bar.Release(QPoint(4, 4));
+    EXPECT_EQ(wnd->Canvas().geometry(), docked);
 }
 
 TEST(KelPhotoOptions, ScreenshotDelayAndFile) {
