@@ -29,9 +29,17 @@ const CDpiAwareImage* HelpImage() {
     static const QString name = QStringLiteral("subpanel_help");
     if (const CDpiAwareImage* skin = GetDpiAwareSkinImage(name); skin && skin->GetResCount() > 0)
         return skin;
-    static DPI_IMAGE_MAP builtIn;
+    // The map holds raw pointers: the holder deletes the images when the library unloads.
+    struct BuiltInImages {
+        DPI_IMAGE_MAP map;
+        ~BuiltInImages() {
+            for (auto& entry : map)
+                delete entry.second;
+        }
+    };
+    static BuiltInImages builtIn;
     static const IMAGE_RES_SOURCE source{QStringLiteral(":/skin"), QString(), QStringLiteral("skin_")};
-    return GetDpiAwareImage(builtIn, source, name);
+    return GetDpiAwareImage(builtIn.map, source, name);
 }
 
 } // namespace
