@@ -32,12 +32,8 @@ void CSlider::SetInfo(int minValue, int maxValue, unsigned step, unsigned decima
 }
 
 void CSlider::SetInfo(double minValue, double maxValue, double step, unsigned decimals) {
-    const int d = ScaledValue::ClampDecimals(decimals);
-    const double scale = ScaledValue::ScaleOf(d);
-    // A step that rounds to nothing becomes one unit.
-    const int scaledStep = std::max(1, ScaledValue::Round(step, scale));
-    SetInfo(ScaledValue::Round(minValue, scale), ScaledValue::Round(maxValue, scale),
-            static_cast<unsigned>(scaledStep), static_cast<unsigned>(d));
+    const ScaledValue::SCALED_RANGE r = ScaledValue::ScaleRange(minValue, maxValue, step, decimals);
+    SetInfo(r.minValue, r.maxValue, r.step, r.decimals);
 }
 
 void CSlider::SetInfo(float minValue, float maxValue, float step, unsigned decimals) {

@@ -49,11 +49,8 @@ void CValueEdit::SetInfo(int minValue, int maxValue, unsigned step, unsigned dec
 }
 
 void CValueEdit::SetInfo(double minValue, double maxValue, double step, unsigned decimals) {
-    const int d = ScaledValue::ClampDecimals(decimals);
-    const double scale = ScaledValue::ScaleOf(d);
-    const int scaledStep = std::max(1, ScaledValue::Round(step, scale));
-    SetInfo(ScaledValue::Round(minValue, scale), ScaledValue::Round(maxValue, scale),
-            static_cast<unsigned>(scaledStep), static_cast<unsigned>(d));
+    const ScaledValue::SCALED_RANGE r = ScaledValue::ScaleRange(minValue, maxValue, step, decimals);
+    SetInfo(r.minValue, r.maxValue, r.step, r.decimals);
 }
 
 void CValueEdit::SetInfo(float minValue, float maxValue, float step, unsigned decimals) {

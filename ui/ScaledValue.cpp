@@ -29,6 +29,13 @@ int Round(double v, double scale) {
     return static_cast<int>(r);
 }
 
+SCALED_RANGE ScaleRange(double minValue, double maxValue, double step, unsigned decimals) {
+    const int d = ClampDecimals(decimals);
+    const double scale = ScaleOf(d);
+    return {Round(minValue, scale), Round(maxValue, scale),
+            static_cast<unsigned>(std::max(1, Round(step, scale))), static_cast<unsigned>(d)};
+}
+
 int RangeMax(int minValue, int maxValue) {
     if (minValue == INT_MAX)
         return INT_MAX;

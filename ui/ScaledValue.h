@@ -15,6 +15,15 @@ double ScaleOf(int decimals);
 int Round(double v, double scale);
 // The upper end of a range at least one unit wide: max(min + 1, max), without overflow.
 int RangeMax(int minValue, int maxValue);
+// A range given in real units, scaled: decimals clamped, each bound rounded, and a step that rounds
+// to nothing made one unit.
+struct SCALED_RANGE {
+    int minValue;
+    int maxValue;
+    unsigned step;
+    unsigned decimals;
+};
+SCALED_RANGE ScaleRange(double minValue, double maxValue, double step, unsigned decimals);
 // One wheel or arrow step of s from v that stops at 0 on its way through it.
 int StepThroughZero(int v, int s);
 // Reads a typed value: digits with at most one point, a sign allowed only in front, nothing else,

@@ -3,6 +3,7 @@
 #include "common/testing/TestImages.h"
 #include "imageprocess/ImageProcess.h"
 #include "imageprocess/LiquifyRebuild.h"
+#include "imageprocess/tests/LiquifyTestMap.h"
 
 #include <gtest/gtest.h>
 
@@ -15,20 +16,6 @@ using namespace ImageProcess;
 using namespace kel_testing;
 
 namespace {
-
-struct MapStore {
-    std::vector<float> map;
-    std::vector<unsigned char> touched;
-    LIQUIFY_MAP view;
-    MapStore(int imageW, int imageH) {
-        view.width = LiquifyMapSide(imageW), view.height = LiquifyMapSide(imageH);
-        map.resize(2 * static_cast<size_t>(view.width) * view.height);
-        touched.resize(static_cast<size_t>(view.width) * view.height);
-        view.map = map.data(), view.touched = touched.data();
-        ResetDistortionMap(view);
-    }
-    float* At(int x, int y) { return &map[2 * (static_cast<size_t>(y) * view.width + x)]; }
-};
 
 // Fractions where the weight arithmetic has its corners: zero, one step, byte edges, halves, the top.
 constexpr uint32_t kFractions[] = {0,     1,     2,     255,   256,   257,   4096,
@@ -52,7 +39,7 @@ float RandomCoordinate(std::mt19937& rng, int n, int at) {
     return std::numeric_limits<float>::infinity();
 }
 
-void FillRandomMap(MapStore& m, int w, int h, std::mt19937& rng, int touchedPercent) {
+void FillRandomMap(OwnedMap& m, int w, int h, std::mt19937& rng, int touchedPercent) {
     for (int y = 0; y < m.view.height; ++y)
         for (int x = 0; x < m.view.width; ++x) {
             m.At(x, y)[0] = RandomCoordinate(rng, w, x);
@@ -63,7 +50,7 @@ void FillRandomMap(MapStore& m, int w, int h, std::mt19937& rng, int touchedPerc
 }
 
 // Rebuilds with both kernels into copies of the same background and compares every byte.
-void ExpectKernelsAgree(const CImageDataInfo& src, const MapStore& m, const IntRect& area, const char* what) {
+void ExpectKernelsAgree(const CImageDataInfo& src, const OwnedMap& m, const IntRect& area, const char* what) {
     CImageDataInfo plain, fast;
     ASSERT_TRUE(MakeChannelConstants(plain, src.width, src.height, src.channels, src.depth, {3, 5, 7, 9}));
     fast = plain;
@@ -94,7 +81,7 @@ TEST(LiquifyRebuild, VectorKernelMatchesScalarOnRandomMaps) {
                     const int w = sz[0], h = sz[1];
                     CImageDataInfo src;
                     ASSERT_TRUE(MakeNoise(src, w, h, channels, depth, rng()));
-                    MapStore m(w, h);
+                    OwnedMap m(w, h);
                     FillRandomMap(m, w, h, rng, touchedPercent);
                     ExpectKernelsAgree(src, m, IntRect{0, 0, w, h}, "whole");
                     // A rectangle starting at an odd column, so groups of four start off the row's start.
@@ -109,7 +96,7 @@ TEST(LiquifyRebuild, VectorKernelMatchesScalarAtEveryFractionCorner) {
         const int w = 64, h = 40;
         CImageDataInfo src;
         ASSERT_TRUE(MakeNoise(src, w, h, channels, 1, 77 + channels));
-        MapStore m(w, h);
+        OwnedMap m(w, h);
         std::fill(m.touched.begin(), m.touched.end(), 0xFF);
         size_t k = 0;
         for (int y = 0; y < h; ++y)
@@ -132,7 +119,7 @@ TEST(LiquifyRebuild, VectorKernelOnExtremeValuesKeepsTheirRange) {
             for (int x = 0; x < 48; ++x)
                 for (int c = 0; c < channels; ++c)
                     SetValue(src, x, y, c, ((x + y + c) & 1) ? 255 : (c == 1 ? 254 : 0));
-        MapStore m(48, 8);
+        OwnedMap m(48, 8);
         std::fill(m.touched.begin(), m.touched.end(), 0xFF);
         std::mt19937 rng(5);
         for (int y = 0; y < 8; ++y)

@@ -3,6 +3,7 @@
 // outside the map or the image near the borders.
 #include "common/testing/TestImages.h"
 #include "imageprocess/ImageProcess.h"
+#include "imageprocess/tests/LiquifyTestMap.h"
 
 #include <gtest/gtest.h>
 
@@ -15,23 +16,6 @@ using namespace ImageProcess;
 using namespace kel_testing;
 
 namespace {
-
-// A map with its own storage, padded as the tool pads it.
-struct OwnedMap {
-    std::vector<float> map;
-    std::vector<unsigned char> touched;
-    LIQUIFY_MAP view;
-
-    OwnedMap(int imageW, int imageH) {
-        view.width = LiquifyMapSide(imageW), view.height = LiquifyMapSide(imageH);
-        map.resize(2 * static_cast<size_t>(view.width) * view.height);
-        touched.resize(static_cast<size_t>(view.width) * view.height);
-        view.map = map.data(), view.touched = touched.data();
-        ResetDistortionMap(view);
-    }
-    float* At(int x, int y) { return &map[2 * (static_cast<size_t>(y) * view.width + x)]; }
-    void TouchAll() { std::fill(touched.begin(), touched.end(), 0xFF); }
-};
 
 struct Brush {
     LIQUIFY_BRUSH b;
